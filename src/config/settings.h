@@ -1,0 +1,67 @@
+// Every user setting, loaded from and saved to "./configs/lumaDisc.ini".
+#pragma once
+
+#include <cstdint>
+
+namespace lumadisc {
+
+enum HotKeyAction : int {
+    kHotKeyConfigDialog,
+    kHotKeyShowStatus,
+    kHotKeyToggleCdxa,
+    kHotKeyToggleCdda,
+    kHotKeyDecreaseCdxaVolume,
+    kHotKeyIncreaseCdxaVolume,
+    kHotKeyDecreaseCddaVolume,
+    kHotKeyIncreaseCddaVolume,
+    kHotKeyCoverOpen,
+    kHotKeyCoverClose,
+    kHotKeyCdSwapping,
+    kHotKeyActionCount
+};
+constexpr int kHotKeySlots = 2;
+constexpr int kHotKeyTextSize = 32;
+
+// Key names of the hot-key actions, in action order.
+extern const char* const kHotKeyActionNames[kHotKeyActionCount];
+
+extern const char* const kSettingsPath;  // "./configs/lumaDisc.ini"
+
+struct Settings {
+    char current[4096];
+    char filter[512];
+    int32_t playcdxa;
+    int32_t cdxavolumelevel;
+    int32_t playcdda;
+    int32_t cddavolumelevel;
+    int32_t readsubchannels;
+    int32_t ppfpatching;
+    int32_t speedlimitation;
+    int32_t tryagainonerror;
+    int32_t spindowntime;
+    int32_t caching;
+    int32_t cachinglevel;
+    char hotKeys[kHotKeyActionCount][kHotKeySlots][kHotKeyTextSize];
+    int32_t showstatus;
+    int32_t coveropened;
+    int32_t calldialogonstart;
+    int32_t enablelogging;
+    int32_t enabledebugger;
+    int32_t savedialogparameters;
+    int32_t savesettingsonexit;
+    int32_t dialogx;
+    int32_t dialogy;
+    int32_t dialogw;
+    int32_t dialogh;
+    char language[32];
+};
+
+extern Settings g_settings;
+
+void settingsDefaults(Settings* settings);
+// 0, or -1 when the file cannot be read (the record then holds the defaults).
+int settingsLoad(Settings* settings);
+// 0 (also when the file cannot be created); -1 when no dictionary can be made.
+int settingsSave(const Settings* settings);
+
+}  // namespace lumadisc

@@ -1,0 +1,157 @@
+#include "support/queue_pool.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace lumadisc {
+
+namespace {
+
+struct QueueSlot {
+    bool used;
+    uint8_t* buffer;
+    int32_t capacity;
+    int32_t count;
+    int32_t readPosition;
+    int32_t writePosition;
+    bool overflow;
+    bool underflow;
+};
+
+QueueSlot g_queues[kQueueSlots];
+
+QueueSlot* slotOf(int handle) {
+    if (handle < 0 || handle >= kQueueSlots || !g_queues[handle].used) return nullptr;
+    return &g_queues[handle];
+}
+
+void releaseBuffer(QueueSlot& queue) {
+    std::free(queue.buffer);
+    queue.buffer = nullptr;
+    queue.capacity = queue.count = queue.readPosition = queue.writePosition = 0;
+}
+
+}  // namespace
+
+void queuePoolInit() {
+    queuePoolShutdown();
+}
+
+void queuePoolShutdown() {
+    for (int handle = 0; handle < kQueueSlots; ++handle) {
+        int h = handle;
+        queueDestroy(&h);
+    }
+}
+
+int queueCreate() {
+    for (int handle = 0; handle < kQueueSlots; ++handle) {
+        if (!g_queues[handle].used) {
+            g_queues[handle] = QueueSlot{};
+            g_queues[handle].used = true;
+            return handle;
+        }
+    }
+    return -1;
+}
+
+void queueDestroy(int* handle) {
+    if (handle == nullptr) return;
+    QueueSlot* queue = slotOf(*handle);
+    if (queue == nullptr) return;
+    releaseBuffer(*queue);
+    queue->used = false;
+    *handle = -1;
+}
+
+int queueAllocate(int handle, int32_t n) {
+    QueueSlot* queue = slotOf(handle);
+    if (queue == nullptr || n < 0) return -1;
+    releaseBuffer(*queue);
+    queue->overflow = queue->underflow = false;
+    if (n == 0) return 0;
+    queue->buffer = static_cast<uint8_t*>(std::malloc(static_cast<size_t>(n)));
+    if (queue->buffer == nullptr) return -1;
+    queue->capacity = n;
+    return 0;
+}
+
+void queueReleaseBuffer(int handle) {
+    if (QueueSlot* queue = slotOf(handle)) releaseBuffer(*queue);
+}
+
+int32_t queueCapacity(int handle) {
+    const QueueSlot* queue = slotOf(handle);
+    return queue != nullptr ? queue->capacity : 0;
+}
+
+int32_t queueCount(int handle) {
+    const QueueSlot* queue = slotOf(handle);
+    return queue != nullptr ? queue->count : 0;
+}
+
+bool queueEmpty(int handle) {
+    return queueCount(handle) == 0;
+}
+
+bool queueFull(int handle) {
+    return queueCount(handle) == queueCapacity(handle);
+}
+
+bool queueOverflow(int handle) {
+    const QueueSlot* queue = slotOf(handle);
+    return queue != nullptr && queue->overflow;
+}
+
+bool queueUnderflow(int handle) {
+    const QueueSlot* queue = slotOf(handle);
+    return queue != nullptr && queue->underflow;
+}
+
+void queueClearFlags(int handle) {
+    if (QueueSlot* queue = slotOf(handle)) queue->overflow = queue->underflow = false;
+}
+
+// Bytes move as if one at a time: whatever fits goes in, and a write that runs out of room sets
+// the sticky overflow flag and fails without taking back what it already wrote.
+int queueWrite(int handle, const void* source, int32_t n) {
+    QueueSlot* queue = slotOf(handle);
+    if (queue == nullptr || n < 0 || (source == nullptr && n > 0)) return -1;
+    const auto* bytes = static_cast<const uint8_t*>(source);
+    const int32_t moving = std::min(n, queue->capacity - queue->count);
+    for (int32_t done = 0; done < moving;) {
+        const int32_t chunk = std::min(moving - done, queue->capacity - queue->writePosition);
+        std::memcpy(queue->buffer + queue->writePosition, bytes + done, static_cast<size_t>(chunk));
+        done += chunk;
+        queue->writePosition = (queue->writePosition + chunk) % queue->capacity;
+    }
+    queue->count += moving;
+    if (moving < n) {
+        queue->overflow = true;
+        return -1;
+    }
+    return 0;
+}
+
+// The mirror of queueWrite: the bytes that were there are delivered, the rest is an underflow.
+int queueRead(int handle, void* destination, int32_t n) {
+    QueueSlot* queue = slotOf(handle);
+    if (queue == nullptr || n < 0 || (destination == nullptr && n > 0)) return -1;
+    auto* bytes = static_cast<uint8_t*>(destination);
+    const int32_t moving = std::min(n, queue->count);
+    for (int32_t done = 0; done < moving;) {
+        const int32_t chunk = std::min(moving - done, queue->capacity - queue->readPosition);
+        std::memcpy(bytes + done, queue->buffer + queue->readPosition, static_cast<size_t>(chunk));
+        done += chunk;
+        queue->readPosition = (queue->readPosition + chunk) % queue->capacity;
+    }
+    queue->count -= moving;
+    if (moving < n) {
+        queue->underflow = true;
+        return -1;
+    }
+    return 0;
+}
+
+}  // namespace lumadisc
