@@ -1,0 +1,177 @@
+#include "disc/cd_read.h"
+
+#include <cstring>
+
+#include "config/log.h"
+#include "config/settings.h"
+#include "disc/auto_sub.h"
+#include "disc/sector_cache.h"
+#include "formats/cdrwin.h"
+#include "formats/clonecd.h"
+#include "support/paths.h"
+
+namespace lumadisc {
+
+CCdRead g_cdRead;
+
+namespace {
+constexpr const char* kNoDiscPath = "No CD (bios shell)";
+}
+
+DiscType discTypeOfPath(const char* path) {
+    if (std::strcmp(path, kNoDiscPath) == 0) return kDiscNone;
+    if (std::strchr(path, '.') == nullptr) return kDiscDrive;
+    if (endsWithNoCase(path, ".cue")) return kDiscCue;
+    if (endsWithNoCase(path, ".ccd")) return kDiscCcd;
+    if (endsWithNoCase(path, ".toc")) return kDiscToc;
+    if (endsWithNoCase(path, ".mds")) return kDiscMds;
+    if (endsWithNoCase(path, ".exe")) return kDiscExecutable;
+    return kDiscUnknown;
+}
+
+int CCdRead::init() {
+    logWrite(0, "[CDR] CCdRead::init().\n");
+    return 0;
+}
+
+void CCdRead::shutdown() { logWrite(0, "[CDR] CCdRead::shutdown().\n"); }
+
+bool CCdRead::bindKind(DiscType kind) {
+    switch (kind) {
+    case kDiscCue:
+        toc_ = &g_cdrwinToc;
+        data_ = &g_cdrwinData;
+        sub_ = &g_cdrwinSub;
+        return true;
+    default:
+        // Kinds whose readers this build does not have open as unknown ones.
+        logWrite(0, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
+        return false;
+    }
+}
+
+void CCdRead::chooseSubchannelSource() {
+    if (!g_settings.readsubchannels) {
+        sub_ = &g_autoSub;
+        sub_->open();
+        return;
+    }
+    if (g_clonecdSub.open() == 0) {
+        sub_ = &g_clonecdSub;
+        return;
+    }
+    // The kind's own source is opened in passing; every disc without a ".sub" file is served by
+    // the generated subchannel, so the kind's source is closed again at once.
+    CCdVirtualSub* own = sub_;
+    if (own->open() == 0) own->close();
+    sub_ = &g_autoSub;
+    sub_->open();
+}
+
+int CCdRead::open() {
+    if (toc_ || cachesBuilt_) close();  // a disc swap: the previous disc is released first
+    logWrite(0, "[CDR] CCdRead::open().\n");
+    if (!bindKind(discTypeOfPath(g_settings.current))) return -1;
+    if (toc_->open() != 0) return -1;
+    if (data_->open() != 0) return -1;
+    chooseSubchannelSource();
+    loc_ = 0;
+    std::memset(area_, 0, sizeof area_);
+    if (g_settings.ppfpatching) patch_.load(g_settings.current);
+    if (g_settings.caching) {
+        cacheDataInit(g_settings.cachinglevel);
+        cacheSubInit(g_settings.cachinglevel);
+        cachesBuilt_ = true;
+    }
+    return 0;
+}
+
+void CCdRead::close() {
+    logWrite(0, "[CDR] CCdRead::close().\n");
+    if (toc_) toc_->close();
+    if (data_) data_->close();
+    if (sub_) sub_->close();
+    toc_ = nullptr;
+    data_ = nullptr;
+    sub_ = nullptr;
+    patch_.release();
+    if (cachesBuilt_) {
+        cacheDataRelease();
+        cacheSubRelease();
+        cachesBuilt_ = false;
+    }
+}
+
+int CCdRead::getDiscType() {
+    logWrite(0, "[CDR] CCdRead::getDiscType().\n");
+    return toc_ ? toc_->getDiscType() : -1;
+}
+
+int CCdRead::getTN(uint8_t* buffer) {
+    logWrite(0, "[CDR] CCdRead::getTN().\n");
+    if (toc_) toc_->getTN(buffer);
+    return 0;
+}
+
+int CCdRead::getTD(uint8_t track, uint8_t* buffer) {
+    logWrite(0, "[CDR] CCdRead::getTD(%i).\n", track);
+    if (toc_) {
+        toc_->getTD(track, buffer);
+    } else {
+        buffer[0] = buffer[1] = buffer[2] = 0;
+    }
+    return 0;
+}
+
+int CCdRead::setLoc(Lba lba) {
+    logWrite(0, "[CDR] CCdRead::setLoc(%i).\n", lba);
+    loc_ = lba;
+    return 0;
+}
+
+Lba CCdRead::getLoc() {
+    logWrite(0, "[CDR] CCdRead::getLoc().\n");
+    return loc_;
+}
+
+void CCdRead::nextLoc() {
+    ++loc_;
+    logWrite(0, "[CDR] CCdRead::nextLoc() : %i.\n", loc_);
+}
+
+int CCdRead::readData() {
+    logWrite(0, "[CDR] CCdRead::readData().\n");
+    uint8_t* sector = area_;
+    int32_t result = 0;
+    if (cachesBuilt_ && g_settings.caching && cacheDataLookup(loc_, sector, &result) == 0) return result;
+    if (!data_) return -1;  // no disc open: the sector keeps what it holds
+    result = data_->read(loc_, sector);
+    if (g_settings.ppfpatching) patch_.apply(loc_, sector);
+    if (cachesBuilt_ && g_settings.caching) cacheDataStore(loc_, sector, result);
+    return result;
+}
+
+int CCdRead::readSubs() {
+    logWrite(0, "[CDR] CCdRead::readSubs().\n");
+    uint8_t* block = area_ + kRawSectorSize;
+    generateSubchannel(loc_, block);
+    int32_t result = 0;
+    if (cachesBuilt_ && g_settings.caching && cacheSubLookup(loc_, block, &result) == 0) return result;
+    if (!sub_) return 0;
+    result = sub_->read(loc_, block);
+    if (result != 0) logWrite(0, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
+    if (cachesBuilt_ && g_settings.caching) cacheSubStore(loc_, block, result);
+    return result;
+}
+
+uint8_t* CCdRead::getData() {
+    logWrite(0, "[CDR] CCdRead::getData().\n");
+    return area_;
+}
+
+uint8_t* CCdRead::getSubs() {
+    logWrite(0, "[CDR] CCdRead::getSubs().\n");
+    return area_ + kRawSectorSize;
+}
+
+}  // namespace lumadisc

@@ -1,0 +1,51 @@
+// The reader front: chooses the disc kind from the configured path, binds that kind's readers,
+// and reads every sector and subchannel block through the patch set and the caches.
+#pragma once
+
+#include <cstdint>
+
+#include "disc/disc_model.h"
+#include "disc/reader_interfaces.h"
+#include "formats/ppf_patch.h"
+
+namespace lumadisc {
+
+// The kind a path selects, by the rules of the reader front.
+DiscType discTypeOfPath(const char* path);
+
+class CCdRead {
+public:
+    int init();
+    void shutdown();
+    // Opens the disc at the configured path; a disc still open is closed first.
+    int open();
+    void close();
+    int getDiscType();
+    int getTN(uint8_t* buffer);
+    int getTD(uint8_t track, uint8_t* buffer);
+    int setLoc(Lba lba);
+    Lba getLoc();
+    void nextLoc();
+    int readData();
+    int readSubs();
+    uint8_t* getData();
+    uint8_t* getSubs();
+
+    bool isOpen() const { return toc_ != nullptr; }
+
+private:
+    bool bindKind(DiscType kind);
+    void chooseSubchannelSource();
+
+    CCdVirtualToc* toc_ = nullptr;
+    CCdVirtualData* data_ = nullptr;
+    CCdVirtualSub* sub_ = nullptr;
+    Lba loc_ = 0;
+    bool cachesBuilt_ = false;
+    alignas(16) uint8_t area_[kRawSectorSize + kSubchannelSize] = {};
+    CCdPpfPatch patch_;
+};
+
+extern CCdRead g_cdRead;
+
+}  // namespace lumadisc

@@ -1,0 +1,91 @@
+#include "disc/cdrom_control.h"
+
+#include "audio/cd_play.h"
+#include "config/log.h"
+#include "disc/cd_read.h"
+
+namespace lumadisc {
+
+int CCdromControl::init() {
+    logWrite(0, "[CDR] CCdromControl::init().\n");
+    if (g_cdRead.init() != 0) return -1;
+    return g_cdPlay.init() == 0 ? 0 : -1;
+}
+
+void CCdromControl::shutdown() {
+    logWrite(0, "[CDR] CCdromControl::shutdown().\n");
+    g_cdPlay.shutdown();
+    g_cdRead.shutdown();
+}
+
+int CCdromControl::open() {
+    logWrite(0, "[CDR] CCdromControl::open().\n");
+    if (g_cdRead.open() != 0) return -1;
+    return g_cdPlay.open() == 0 ? 0 : -1;
+}
+
+void CCdromControl::close() {
+    logWrite(0, "[CDR] CCdromControl::close().\n");
+    g_cdPlay.close();
+    g_cdRead.close();
+}
+
+int CCdromControl::setLoc(Lba lba) {
+    logWrite(0, "[CDR] CCdromControl::setLoc(%i).\n", lba);
+    g_cdRead.setLoc(lba);
+    return 0;
+}
+
+Lba CCdromControl::getLoc() {
+    logWrite(0, "[CDR] CCdromControl::getLoc().\n");
+    return g_cdRead.getLoc();
+}
+
+int CCdromControl::getDiscType() {
+    logWrite(0, "[CDR] CCdromControl::getDiscType().\n");
+    return g_cdRead.getDiscType();
+}
+
+int CCdromControl::getTN(uint8_t* buffer) {
+    logWrite(0, "[CDR] CCdromControl::getTN().\n");
+    return g_cdRead.getTN(buffer);
+}
+
+int CCdromControl::getTD(uint8_t track, uint8_t* buffer) {
+    logWrite(0, "[CDR] CCdromControl::getTD(%i).\n", track);
+    return g_cdRead.getTD(track, buffer);
+}
+
+int CCdromControl::readData() {
+    logWrite(0, "[CDR] CCdromControl::readData().\n");
+    g_cdPlay.stopCDDA();
+    g_cdRead.readSubs();
+    return g_cdRead.readData();
+}
+
+uint8_t* CCdromControl::getDataBuffer() {
+    logWrite(0, "[CDR] CCdromControl::getDataBuffer().\n");
+    return g_cdRead.getData();
+}
+
+uint8_t* CCdromControl::getSubsBuffer() {
+    logWrite(0, "[CDR] CCdromControl::getSubsBuffer().\n");
+    return g_cdRead.getSubs();
+}
+
+void CCdromControl::playCDDA() {
+    logWrite(0, "[CDR] CCdromControl::playCDDA().\n");
+    g_cdPlay.playCDDA();
+}
+
+void CCdromControl::stopCDDA() {
+    logWrite(0, "[CDR] CCdromControl::stopCDDA().\n");
+    g_cdPlay.stopCDDA();
+}
+
+int CCdromControl::isCDDA() {
+    logWrite(0, "[CDR] CCdromControl::isCDDA().\n");
+    return g_cdPlay.isCDDA();
+}
+
+}  // namespace lumadisc

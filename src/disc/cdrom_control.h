@@ -1,0 +1,31 @@
+// The facade both faces use: the one reader front and the one CD audio player, so that every
+// sector read stops CD audio first.
+#pragma once
+
+#include <cstdint>
+
+#include "disc/disc_model.h"
+
+namespace lumadisc {
+
+class CCdromControl {
+public:
+    int init();
+    void shutdown();
+    int open();
+    void close();
+    int setLoc(Lba lba);
+    Lba getLoc();
+    int getDiscType();
+    int getTN(uint8_t* buffer);
+    int getTD(uint8_t track, uint8_t* buffer);
+    // Stops CD audio, then reads the subchannel block and the sector at the current position.
+    int readData();
+    uint8_t* getDataBuffer();
+    uint8_t* getSubsBuffer();
+    void playCDDA();
+    void stopCDDA();
+    int isCDDA();
+};
+
+}  // namespace lumadisc

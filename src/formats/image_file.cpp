@@ -1,0 +1,53 @@
+#include "formats/image_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <limits>
+
+namespace lumadisc {
+
+ImageFile::~ImageFile() { close(); }
+
+bool ImageFile::open(const char* path) {
+    close();
+    do {
+        fd_ = ::open(path, O_RDONLY | O_CLOEXEC);
+    } while (fd_ < 0 && errno == EINTR);
+    if (fd_ < 0) return false;
+    struct stat status {};
+    if (fstat(fd_, &status) != 0 || S_ISDIR(status.st_mode)) {
+        close();
+        return false;
+    }
+    return true;
+}
+
+void ImageFile::close() {
+    if (fd_ >= 0) ::close(fd_);
+    fd_ = -1;
+}
+
+size_t ImageFile::readRecord(int32_t index, size_t size, uint8_t* buffer) const {
+    if (fd_ < 0) return 0;
+    const int64_t offset = static_cast<int64_t>(index) * static_cast<int64_t>(size);
+    if (offset < 0 || offset > std::numeric_limits<int32_t>::max()) return 0;
+    size_t done = 0;
+    while (done < size) {
+        const ssize_t got = pread(fd_, buffer + done, size - done, static_cast<off_t>(offset) + done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) break;
+        done += static_cast<size_t>(got);
+    }
+    return done;
+}
+
+int64_t ImageFile::sizeOf(const char* path) {
+    struct stat status {};
+    if (stat(path, &status) != 0) return -1;
+    return static_cast<int64_t>(status.st_size);
+}
+
+}  // namespace lumadisc

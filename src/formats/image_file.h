@@ -1,0 +1,33 @@
+// A read-only image file addressed by signed 32-bit byte offsets, as every image kind addresses its
+// data and subchannel files: a position whose offset does not fit reads nothing.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lumadisc {
+
+class ImageFile {
+public:
+    ImageFile() = default;
+    ~ImageFile();
+    ImageFile(const ImageFile&) = delete;
+    ImageFile& operator=(const ImageFile&) = delete;
+
+    // Opens path read-only, closing any file held before; false when it cannot be opened.
+    bool open(const char* path);
+    void close();
+    bool isOpen() const { return fd_ >= 0; }
+    // Reads up to size bytes of record `index` of `size` bytes into buffer; returns the bytes read.
+    // Bytes past the end of the file, or of a record whose offset is negative or beyond 2 GiB,
+    // are not touched.
+    size_t readRecord(int32_t index, size_t size, uint8_t* buffer) const;
+
+    // Size of the file at path in bytes, or -1 when it cannot be queried.
+    static int64_t sizeOf(const char* path);
+
+private:
+    int fd_ = -1;
+};
+
+}  // namespace lumadisc
