@@ -1,0 +1,70 @@
+// lumadisc: loads the plugin the way an emulator does and shows what it makes of a disc.
+#include <cstdio>
+#include <cstring>
+
+#include "tools/lumadisc/commands.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: lumadisc [--plugin PATH] [--log] [--no-cache] COMMAND [ARGUMENTS]\n"
+    "\n"
+    "commands:\n"
+    "  info [DISC]                      kind, disc type and every track (start, LBA, length)\n"
+    "  read DISC LBA [COUNT] [--raw FILE]\n"
+    "                                   header, subheader, first data bytes and Q subchannel of\n"
+    "                                   each sector, or the raw 2352-byte sectors to FILE\n"
+    "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) into DIR\n"
+    "\n"
+    "Without DISC the built-in demo disc is used. DISC is an image path (.cue), as the plugin's\n"
+    "\"cd selection\" setting takes it.\n"
+    "\n"
+    "options:\n"
+    "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool)\n"
+    "  --log           turn the plugin's log on and show its lines on standard error\n"
+    "  --no-cache      open the disc with the sector caches off\n"
+    "\n"
+    "exit codes: 0 done, 1 the disc or the plugin failed, 2 wrong arguments\n";
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    using namespace lumadisc::tool;
+    CommonOptions options;
+    Arguments arguments;
+    std::string command;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (command.empty() && (word == "--help" || word == "-h")) {
+            std::fputs(kUsage, stdout);
+            return kExitOk;
+        } else if (command.empty() && word == "--plugin") {
+            if (i + 1 >= argc) {
+                std::fprintf(stderr, "lumadisc: --plugin needs a path\n");
+                return kExitUsage;
+            }
+            options.plugin = argv[++i];
+        } else if (word == "--log") {
+            options.log = true;
+        } else if (word == "--no-cache") {
+            options.noCache = true;
+        } else if (command.empty()) {
+            command = word;
+        } else {
+            arguments.push_back(word);
+        }
+    }
+    if (command.empty()) {
+        std::fputs(kUsage, stderr);
+        return kExitUsage;
+    }
+    if (command == "info") return runInfo(options, arguments);
+    if (command == "read") return runRead(options, arguments);
+    if (command == "make-demo") return runMakeDemo(arguments);
+    if (command == "help") {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    std::fprintf(stderr, "lumadisc: unknown command '%s' (see lumadisc --help)\n", command.c_str());
+    return kExitUsage;
+}

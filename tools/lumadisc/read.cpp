@@ -1,0 +1,86 @@
+#include <cstdio>
+#include <cstring>
+
+#include "src/disc/q_crc.h"
+#include "tools/lumadisc/commands.h"
+
+namespace lumadisc::tool {
+
+namespace {
+
+constexpr long kMaxCount = 1000000;
+constexpr int kDataBytesShown = 32;
+
+void printSector(Lba lba, const host::SectorRead& read) {
+    const uint8_t* q = read.subchannel + kSubchannelQOffset;
+    std::printf("LBA %d (%s) result %ld\n", lba, msfText(msfFromLba(lba)).c_str(), read.result);
+    std::printf("  header     %s\n", hexBytes(read.header, 4).c_str());
+    std::printf("  subheader  %s\n", hexBytes(read.subheader, 8).c_str());
+    std::printf("  data       %s\n", hexBytes(read.data, kDataBytesShown).c_str());
+    std::printf("  Q          %s (CRC %s)\n", hexBytes(q, 12).c_str(),
+                qCrcValid(q) ? "ok" : "bad");
+}
+
+}  // namespace
+
+int runRead(const CommonOptions& options, const Arguments& arguments) {
+    std::string rawFile;
+    Arguments positional;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] == "--raw") {
+            if (i + 1 >= arguments.size()) {
+                std::fprintf(stderr, "lumadisc: --raw needs a file\n");
+                return kExitUsage;
+            }
+            rawFile = arguments[++i];
+        } else {
+            positional.push_back(arguments[i]);
+        }
+    }
+    long lba = 0;
+    long count = 1;
+    if (positional.size() < 2 || positional.size() > 3 || !parseNumber(positional[1], &lba) ||
+        (positional.size() == 3 && !parseNumber(positional[2], &count))) {
+        std::fprintf(stderr, "lumadisc: usage: lumadisc read DISC LBA [COUNT] [--raw FILE]\n");
+        return kExitUsage;
+    }
+    if (lba < -kLeadInFrames || lba > 100 * kFramesPerMinute || count < 1 || count > kMaxCount) {
+        std::fprintf(stderr, "lumadisc: LBA must lie in -150..450000 and COUNT in 1..%ld\n", kMaxCount);
+        return kExitUsage;
+    }
+    FILE* raw = nullptr;
+    if (!rawFile.empty()) {
+        raw = std::fopen(rawFile.c_str(), "wb");
+        if (!raw) {
+            std::fprintf(stderr, "lumadisc: cannot write %s\n", rawFile.c_str());
+            return kExitFailure;
+        }
+    }
+    Session session;
+    if (const int code = session.start(options, positional[0]); code != kExitOk) {
+        if (raw) std::fclose(raw);
+        return code;
+    }
+    int exitCode = kExitOk;
+    for (long i = 0; i < count; ++i) {
+        const Lba at = static_cast<Lba>(lba + i);
+        if (raw) {
+            uint8_t sector[kRawSectorSize];
+            uint8_t subchannel[kSubchannelSize];
+            session.host().readRaw(at, sector, subchannel);
+            if (std::fwrite(sector, 1, sizeof sector, raw) != sizeof sector) {
+                std::fprintf(stderr, "lumadisc: cannot write %s\n", rawFile.c_str());
+                exitCode = kExitFailure;
+                break;
+            }
+            continue;
+        }
+        const host::SectorRead read = session.host().readSector(at);
+        printSector(at, read);
+        if (read.result < 0) exitCode = kExitFailure;
+    }
+    if (raw && std::fclose(raw) != 0) exitCode = kExitFailure;
+    return exitCode;
+}
+
+}  // namespace lumadisc::tool
