@@ -1,0 +1,107 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include "config/log.h"
+#include "config/settings.h"
+#include "scratch_directory.h"
+
+namespace lumadisc {
+namespace {
+
+constexpr const char* kLog = "./lumaDisc.log";
+
+class LogTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(scratch_.ok());
+        settingsDefaults(&g_settings);
+        g_settings.enablelogging = 1;
+    }
+    void TearDown() override {
+        logClose();
+        settingsDefaults(&g_settings);
+    }
+    unit::ScratchDirectory scratch_;
+};
+
+TEST_F(LogTest, OffOpensNothingAndLeavesTheFileAlone) {
+    g_settings.enablelogging = 0;
+    EXPECT_EQ(logOpen(kLog), 0);
+    EXPECT_FALSE(logIsOpen());
+    EXPECT_FALSE(unit::fileExists(kLog));
+
+    unit::writeWholeFile(kLog, "earlier run\n");
+    EXPECT_EQ(logOpen(kLog), 0);
+    logWrite(0, "[CDR] Shutdown()\n");
+    logWrite(-1, "[CDR] Shutdown()\n");
+    EXPECT_EQ(unit::readWholeFile(kLog), "earlier run\n");
+}
+
+TEST_F(LogTest, OnlyLevelsBelowTheThresholdAreWritten) {
+    ASSERT_EQ(logOpen(kLog), 0);
+    EXPECT_TRUE(logIsOpen());
+    logWrite(0, "[CDR] Shutdown()\n");
+    logWrite(1, "[CDR] level one\n");
+    logWrite(0, "[CDR] CCdRead::setLoc(%i).\n", 4350);
+    g_settings.enablelogging = 0;  // read at each call
+    logWrite(0, "[CDR] after switching off\n");
+    // Unbuffered: the text is in the file before the log is closed.
+    EXPECT_EQ(unit::readWholeFile(kLog), "[CDR] Shutdown()\n[CDR] CCdRead::setLoc(4350).\n");
+    logClose();
+    EXPECT_FALSE(logIsOpen());
+    logWrite(-5, "closed\n");
+    EXPECT_EQ(unit::readWholeFile(kLog), "[CDR] Shutdown()\n[CDR] CCdRead::setLoc(4350).\n");
+}
+
+TEST_F(LogTest, EachOpeningTruncates) {
+    ASSERT_EQ(logOpen(kLog), 0);
+    logWrite(0, "first open\n");
+    logClose();
+    ASSERT_EQ(logOpen(kLog), 0);
+    logWrite(0, "second open\n");
+    logClose();
+    EXPECT_EQ(unit::readWholeFile(kLog), "second open\n");
+}
+
+TEST_F(LogTest, LongMessagesAreCut) {
+    ASSERT_EQ(logOpen(kLog), 0);
+    const std::string text(5000, 'x');
+    logWrite(0, "%s!", text.c_str());
+    logWrite(0, "%s", "\n");
+    logClose();
+    EXPECT_EQ(unit::readWholeFile(kLog), std::string(kLogMessageMax, 'x') + "\n");
+}
+
+TEST_F(LogTest, UnopenableFileLeavesTheLogClosed) {
+    EXPECT_EQ(logOpen("./missing-directory/lumaDisc.log"), -1);
+    EXPECT_FALSE(logIsOpen());
+    logWrite(0, "dropped\n");
+}
+
+TEST_F(LogTest, MessagesFromTwoThreadsStayWhole) {
+    ASSERT_EQ(logOpen(kLog), 0);
+    const std::string a(200, 'a');
+    const std::string b(300, 'b');
+    auto writer = [](const std::string* text) {
+        for (int i = 0; i < 400; ++i) logWrite(0, "%s\n", text->c_str());
+    };
+    std::thread first(writer, &a);
+    std::thread second(writer, &b);
+    first.join();
+    second.join();
+    logClose();
+
+    std::istringstream lines(unit::readWholeFile(kLog));
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        ASSERT_TRUE(line == a || line == b) << "mixed line " << count;
+    }
+    EXPECT_EQ(count, 800);
+}
+
+}  // namespace
+}  // namespace lumadisc
