@@ -1,5 +1,6 @@
 // The classic CD-ROM plugin face: state guards and the start-up, open, close and shut-down
-// sequences around the facade. Every export is a thin shell with its own log line.
+// sequences around the facade. Every export is a thin shell with its own log line; a null pointer
+// from the host is answered with -1 and nothing else.
 #include <cstring>
 #include <thread>
 
@@ -122,6 +123,7 @@ long CDRclose(void) {
 }
 
 long CDRgetTN(unsigned char* buffer) {
+    if (!buffer) return -1;
     logWrite(0, "[CDR] GetTN() : %i, %i.\n", buffer[0], buffer[1]);
     const long result = g_cdrom.getTN(buffer);
     logFailureIfNegative(result);
@@ -129,6 +131,7 @@ long CDRgetTN(unsigned char* buffer) {
 }
 
 long CDRgetTD(unsigned char track, unsigned char* buffer) {
+    if (!buffer) return -1;
     logWrite(0, "[CDR] GetTD(%i) : %.2i:%.2i:%.2i.\n", track, buffer[0], buffer[1], buffer[2]);
     const long result = g_cdrom.getTD(track, buffer);
     logFailureIfNegative(result);
@@ -137,6 +140,7 @@ long CDRgetTD(unsigned char track, unsigned char* buffer) {
 }
 
 long CDRreadTrack(unsigned char* time) {
+    if (!time) return -1;
     const Lba lba = lbaFromMsf(binaryFromBcd(time[0]), binaryFromBcd(time[1]), binaryFromBcd(time[2]));
     logWrite(0, "[CDR] ReadTrack(%.2x:%.2x:%.2x)(%i)\n", time[0], time[1], time[2], lba);
     g_cdrom.setLoc(lba);
@@ -166,6 +170,7 @@ unsigned char* CDRgetBufferSub(void) {
 }
 
 long CDRplay(unsigned char* time) {
+    if (!time) return -1;
     const Lba lba = lbaFromMsf(time[0], time[1], time[2]);
     logWrite(0, "[CDR] CDRplay(%.2x:%.2x:%.2x)(%i).\n", time[0], time[1], time[2], lba);
     g_cdrom.setLoc(lba);
@@ -180,6 +185,7 @@ long CDRstop(void) {
 }
 
 long CDRgetStatus(struct CdrStat* stat) {
+    if (!stat) return -1;
     logWrite(0, "[CDR] CDRgetStatus().\n");
     stat->Status = 0;
     stat->Type = g_cdrom.getDiscType() == 1 ? 1 : 2;
@@ -196,7 +202,8 @@ long CDRreadCDDA(unsigned char minute, unsigned char second, unsigned char frame
     logWrite(0, "[CDR] CDRreadCDDA(%i, %i, %i).\n", minute, second, frame);
     g_cdrom.setLoc(lbaFromMsf(minute, second, frame));
     g_cdrom.readData();
-    std::memcpy(buffer, CDRgetBuffer() - 12, kRawSectorSize);
+    uint8_t* sector = CDRgetBuffer() - 12;
+    if (buffer) std::memcpy(buffer, sector, kRawSectorSize);
     return 0;
 }
 
@@ -204,9 +211,9 @@ long CDRgetTE(unsigned char track, unsigned char* minute, unsigned char* second,
     logWrite(0, "[CDR] CDRgetTE(%i).\n", track);
     uint8_t msf[3] = {0, 0, 0};
     g_cdrom.getTD(static_cast<uint8_t>(track + 1), msf);
-    *minute = msf[0];
-    *second = msf[1];
-    *frame = msf[2];
+    if (minute) *minute = msf[0];
+    if (second) *second = msf[1];
+    if (frame) *frame = msf[2];
     return 0;
 }
 

@@ -205,5 +205,17 @@ TEST_F(ClassicCue, ReadsOutsideTheImageLeaveTheBufferAndSucceed) {
     }
 }
 
+TEST_F(ClassicCue, NullPointersFromTheHostAreRefusedNotFollowed) {
+    const auto image = writeCue(threeTracks());
+    ASSERT_EQ(openWith(settingsFor(image.cuePath, false)), 0);
+    EXPECT_EQ(api().getTN(nullptr), -1);
+    EXPECT_EQ(api().getTD(1, nullptr), -1);
+    EXPECT_EQ(api().readTrack(nullptr), -1);
+    EXPECT_EQ(api().play(nullptr), -1);
+    EXPECT_EQ(api().getStatus(nullptr), -1);
+    EXPECT_EQ(api().readCDDA(0, 2, 0, nullptr), 0);
+    EXPECT_EQ(api().getTE(1, nullptr, nullptr, nullptr), 0);
+}
+
 }  // namespace
 }  // namespace lumadisc::e2e
