@@ -1,0 +1,229 @@
+// read_bench: sequential sector reads through the plugin (CDRreadTrack + CDRgetBuffer) over a large
+// generated CUE/BIN image, against a plain fseek+fread loop over the same file measured right before
+// each plugin run, so that the figures are ratios taken on the same machine state.
+//
+// usage: read_bench [PLUGIN] [--sectors N] [--rounds R]
+//   PLUGIN defaults to $LUMADISC_PLUGIN, else liblumadisc.so beside this program.
+//   N (default 90000, about 212 MB) sectors in one data track; R (default 3) rounds, best kept.
+// The image lives in a scratch directory under $TMPDIR (or /tmp) and is removed at the end.
+//
+// Runs, each against its own baseline:
+//   caching off   every sector read from the file
+//   cache cold    caching on with cachinglevel 100000, first pass (every sector missed and stored)
+//   cache warm    second pass of the same open disc, over the first min(N, 100000) sectors, all cached
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "host/classic_host.h"
+#include "host/scratch_dir.h"
+#include "tools/fixtures/cue_image.h"
+#include "tools/fixtures/ini_file.h"
+
+namespace {
+
+using namespace lumadisc;
+using Clock = std::chrono::steady_clock;
+
+constexpr int32_t kWarmCacheLevel = 100000;  // the largest cachinglevel the plugin accepts
+
+struct Options {
+    std::string plugin;
+    int32_t sectors = 90000;
+    int rounds = 3;
+};
+
+std::string besideExecutable(const std::string& name) {
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    return (error ? std::string(".") : self.parent_path().string()) + "/" + name;
+}
+
+bool parseOptions(int argc, char** argv, Options* options) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if ((word == "--sectors" || word == "--rounds") && i + 1 < argc) {
+            const long value = std::strtol(argv[++i], nullptr, 10);
+            if (value < 1) return false;
+            if (word == "--sectors") options->sectors = static_cast<int32_t>(value);
+            else options->rounds = static_cast<int>(value);
+        } else if (word.starts_with("-")) {
+            return false;
+        } else {
+            options->plugin = word;
+        }
+    }
+    if (options->plugin.empty()) {
+        const char* env = std::getenv("LUMADISC_PLUGIN");
+        options->plugin = env && *env ? env : besideExecutable("liblumadisc.so");
+    }
+    options->plugin = host::absolutePath(options->plugin);
+    return true;
+}
+
+// Cheap distinct content: the sector's header and a fill that depends on the lba.
+void benchSector(Lba lba, int32_t, fixtures::Sector& sector) {
+    std::memset(sector.data(), static_cast<int>(lba * 37 + 11) & 0xFF, sector.size());
+    fixtures::writeSectorHeader(sector.data(), lba, 2);
+}
+
+double seconds(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+// Sectors per second of the plain loop over sectors [0, count); *sum keeps the reads observable.
+double plainLoop(const std::string& binPath, int32_t count, uint64_t* sum) {
+    FILE* file = std::fopen(binPath.c_str(), "rb");
+    if (!file) return 0;
+    std::vector<uint8_t> sector(kRawSectorSize);
+    const auto start = Clock::now();
+    for (int32_t lba = 0; lba < count; ++lba) {
+        std::fseek(file, static_cast<long>(lba) * kRawSectorSize, SEEK_SET);
+        if (std::fread(sector.data(), 1, sector.size(), file) != sector.size()) break;
+        *sum += sector[12 + 3] + sector[100];
+    }
+    const double elapsed = seconds(start);
+    std::fclose(file);
+    return count / elapsed;
+}
+
+// Sectors per second of CDRreadTrack + CDRgetBuffer over sectors [0, count).
+double pluginLoop(const host::ClassicExports& api, int32_t count, uint64_t* sum, bool* failed) {
+    const auto start = Clock::now();
+    for (int32_t lba = 0; lba < count; ++lba) {
+        const Msf bcd = bcdMsf(msfFromLba(lba));
+        unsigned char time[3] = {bcd.minute, bcd.second, bcd.frame};
+        if (api.readTrack(time) != 0) *failed = true;
+        const unsigned char* buffer = api.getBuffer();  // byte 12 of the raw sector
+        *sum += buffer[3] + buffer[100 - 12];
+    }
+    return count / seconds(start);
+}
+
+struct Figure {
+    const char* name;
+    const char* target;
+    double targetRatio;
+    int32_t sectors = 0;
+    double plugin = 0;    // sectors per second, best round
+    double baseline = 0;  // of the round that gave the best ratio
+    double ratio = 0;
+    void add(double pluginRate, double baselineRate) {
+        const double r = baselineRate > 0 ? pluginRate / baselineRate : 0;
+        if (r > ratio) {
+            ratio = r;
+            plugin = pluginRate;
+            baseline = baselineRate;
+        }
+    }
+};
+
+bool openDisc(host::ClassicHost& host, const std::string& directory, const fixtures::PluginIni& settings) {
+    std::string error;
+    if (!fixtures::writePluginIni(directory, settings, &error)) {
+        std::fprintf(stderr, "read_bench: %s\n", error.c_str());
+        return false;
+    }
+    host.api().init();
+    if (host.api().open() != 0) {
+        std::fprintf(stderr, "read_bench: the plugin could not open %s\n", settings.current.c_str());
+        host.api().shutdown();
+        return false;
+    }
+    return true;
+}
+
+void closeDisc(host::ClassicHost& host) {
+    host.api().close();
+    host.api().shutdown();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Options options;
+    if (!parseOptions(argc, argv, &options)) {
+        std::fprintf(stderr, "usage: read_bench [PLUGIN] [--sectors N] [--rounds R]\n");
+        return 2;
+    }
+    host::ScratchDir scratch("lumadisc-bench");
+    if (!scratch.ok()) {
+        std::fprintf(stderr, "read_bench: cannot create a scratch directory\n");
+        return 1;
+    }
+    std::printf("plugin:  %s\n", options.plugin.c_str());
+    std::printf("image:   %d sectors (%.1f MB) in %s\n", options.sectors,
+                options.sectors * double(kRawSectorSize) / 1e6, scratch.path().c_str());
+    std::fflush(stdout);
+
+    fixtures::CueImageBuilder builder;
+    builder.addDataTrack(options.sectors, benchSector);
+    fixtures::CueImage image;
+    std::string error;
+    if (!builder.write(scratch.path(), "bench", &image, &error)) {
+        std::fprintf(stderr, "read_bench: %s\n", error.c_str());
+        return 1;
+    }
+    host::ClassicHost host;
+    if (!host.load(options.plugin)) {
+        std::fprintf(stderr, "read_bench: cannot load %s: %s\n", options.plugin.c_str(), host.error().c_str());
+        return 1;
+    }
+    if (!scratch.enter()) {
+        std::fprintf(stderr, "read_bench: cannot enter %s\n", scratch.path().c_str());
+        return 1;
+    }
+
+    const int32_t warmSectors = std::min(options.sectors, kWarmCacheLevel);
+    Figure off{"caching off", ">= 0.8", 0.8};
+    Figure cold{"cache cold", "-", 0};
+    Figure warm{"cache warm", ">= 1.5", 1.5};
+    off.sectors = cold.sectors = options.sectors;
+    warm.sectors = warmSectors;
+    uint64_t sum = 0;
+    bool failed = false;
+    plainLoop(image.binPath, options.sectors, &sum);  // brings the whole file into the page cache
+
+    fixtures::PluginIni settings;
+    settings.current = image.cuePath;
+    settings.enableLogging = false;
+    for (int round = 0; round < options.rounds && !failed; ++round) {
+        settings.caching = false;
+        settings.cachingLevel.reset();
+        double base = plainLoop(image.binPath, options.sectors, &sum);
+        if (!openDisc(host, scratch.path(), settings)) return 1;
+        off.add(pluginLoop(host.api(), options.sectors, &sum, &failed), base);
+        closeDisc(host);
+
+        settings.caching = true;
+        settings.cachingLevel = kWarmCacheLevel;
+        base = plainLoop(image.binPath, options.sectors, &sum);
+        if (!openDisc(host, scratch.path(), settings)) return 1;
+        cold.add(pluginLoop(host.api(), options.sectors, &sum, &failed), base);
+        base = plainLoop(image.binPath, warmSectors, &sum);
+        warm.add(pluginLoop(host.api(), warmSectors, &sum, &failed), base);
+        closeDisc(host);
+    }
+    host.loader().unload();
+    scratch.leave();
+    if (failed) {
+        std::fprintf(stderr, "read_bench: CDRreadTrack failed\n");
+        return 1;
+    }
+
+    std::printf("rounds:  %d (best ratio of each kept; baseline = plain fseek+fread loop run just before)\n",
+                options.rounds);
+    std::printf("\n%-12s %9s %14s %14s %7s  %s\n", "run", "sectors", "plugin sect/s", "plain sect/s", "ratio",
+                "target");
+    for (const Figure* f : {&off, &cold, &warm}) {
+        const char* verdict = f->targetRatio == 0 ? "" : f->ratio >= f->targetRatio ? "  met" : "  MISSED";
+        std::printf("%-12s %9d %14.0f %14.0f %7.2f  %s%s\n", f->name, f->sectors, f->plugin, f->baseline, f->ratio,
+                    f->target, verdict);
+    }
+    std::printf("(checksum %llu)\n", static_cast<unsigned long long>(sum));
+    return 0;
+}

@@ -1,0 +1,200 @@
+// The lumadisc command-line tool as a user runs it: a child process with the built plugin, judged by
+// its exit code, what it prints and the files it writes.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "host/scratch_dir.h"
+#include "tools/fixtures/demo_disc.h"
+
+extern char** environ;
+
+namespace lumadisc::e2e {
+namespace {
+
+namespace demo = fixtures::demo_disc;
+
+struct ToolRun {
+    int exitCode = -1;  // -1 when the tool did not exit normally
+    std::string out;
+    std::string err;
+    long peakResidentKb = 0;
+};
+
+// Runs the tool with --plugin and the given arguments; its output goes through files in `scratch`.
+ToolRun runTool(const host::ScratchDir& scratch, const std::vector<std::string>& arguments) {
+    std::vector<std::string> words = {LUMADISC_TOOL_PATH, "--plugin", LUMADISC_PLUGIN_PATH};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    const std::string outPath = scratch.file("tool.out");
+    const std::string errPath = scratch.file("tool.err");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ToolRun run;
+    pid_t child = -1;
+    const int spawned = posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (spawned != 0) {
+        run.err = "cannot start " + words[0];
+        return run;
+    }
+    int status = 0;
+    struct rusage usage {};
+    pid_t waited;
+    do {
+        waited = wait4(child, &status, 0, &usage);
+    } while (waited < 0 && errno == EINTR);
+    if (waited == child && WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
+    run.peakResidentKb = usage.ru_maxrss;  // kilobytes on Linux
+    run.out = host::readFile(outPath);
+    run.err = host::readFile(errPath);
+    return run;
+}
+
+std::string describe(const ToolRun& run) {
+    return "exit " + std::to_string(run.exitCode) + "\n--- stdout\n" + run.out + "--- stderr\n" + run.err;
+}
+
+std::vector<uint8_t> readBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+class Tool : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(scratch_.ok()); }
+
+    // The demo disc written into the scratch directory; returns the sheet's path.
+    std::string writeDemo() {
+        std::string error;
+        EXPECT_TRUE(fixtures::writeDemoDisc(scratch_.file("demo"), &error)) << error;
+        return scratch_.file("demo/demo.cue");
+    }
+
+    host::ScratchDir scratch_{"lumadisc-tool"};
+};
+
+TEST_F(Tool, ExitCodesAndMessagesForUsageAndFailures) {
+    {
+        std::ofstream(scratch_.file("disc.xyz")) << "not a disc\n";
+    }
+    const std::string missing = scratch_.file("missing.cue");
+    const std::string unknownKind = scratch_.file("disc.xyz");
+    const std::string demoCue = writeDemo();
+    struct Case {
+        std::vector<std::string> arguments;
+        int exitCode;
+        std::vector<std::string> inOut;
+        std::vector<std::string> inErr;
+        std::vector<std::string> notInErr;
+    };
+    const Case cases[] = {
+        {{"--help"}, 0, {"info [DISC]", "read DISC LBA [COUNT] [--raw FILE]", "make-demo DIR"}, {}, {}},
+        {{}, 2, {}, {"usage: lumadisc"}, {}},
+        {{"frobnicate"}, 2, {}, {"unknown command 'frobnicate'"}, {}},
+        {{"read", demoCue, "sixteen"}, 2, {}, {"usage: lumadisc read"}, {}},
+        {{"info", missing}, 1, {}, {missing + ": no such file"}, {}},
+        {{"read", missing, "16"}, 1, {}, {missing + ": no such file"}, {}},
+        // Without --log the tool says what failed and where to look, but shows no plugin lines.
+        {{"info", unknownKind}, 1, {}, {"could not open " + unknownKind, "unknown (-1)"}, {"[CDR]"}},
+        {{"--log", "info", unknownKind}, 1, {}, {"[CDR] Error: unknown cd type: -1.\n"}, {}},
+    };
+    for (const Case& c : cases) {
+        std::string joined;
+        for (const auto& word : c.arguments) joined += " " + word;
+        SCOPED_TRACE("lumadisc" + joined);
+        const ToolRun run = runTool(scratch_, c.arguments);
+        EXPECT_EQ(run.exitCode, c.exitCode) << describe(run);
+        for (const auto& text : c.inOut) EXPECT_NE(run.out.find(text), std::string::npos) << describe(run);
+        for (const auto& text : c.inErr) EXPECT_NE(run.err.find(text), std::string::npos) << describe(run);
+        for (const auto& text : c.notInErr) EXPECT_EQ(run.err.find(text), std::string::npos) << describe(run);
+    }
+}
+
+TEST_F(Tool, InfoListsTheDemoDiscTracks) {
+    const ToolRun run = runTool(scratch_, {"info"});
+    ASSERT_EQ(run.exitCode, 0) << describe(run);
+    EXPECT_NE(run.out.find("tracks:    2\n"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("lead-out:  00:12:00  LBA 750\n"), std::string::npos) << run.out;
+
+    // Rows of the track list: "    1  data   00:02:00  0         450".
+    std::vector<std::string> rows;
+    std::istringstream lines(run.out);
+    std::string line;
+    while (std::getline(lines, line)) {
+        int number, minute, second, frame, lba, length;
+        char type[16];
+        if (std::sscanf(line.c_str(), "%d %15s %2d:%2d:%2d %d %d", &number, type, &minute, &second, &frame, &lba,
+                        &length) != 7)
+            continue;
+        char text[96];
+        std::snprintf(text, sizeof text, "%d %s %02d:%02d:%02d %d %d", number, type, minute, second, frame, lba,
+                      length);
+        rows.push_back(text);
+    }
+    const std::vector<std::string> expected = {
+        "1 data 00:02:00 0 " + std::to_string(demo::kAudioStart),
+        "2 audio 00:08:00 " + std::to_string(demo::kAudioStart) + " " + std::to_string(demo::kAudioSectors),
+    };
+    EXPECT_EQ(rows, expected) << run.out;
+}
+
+TEST_F(Tool, ReadShowsTheSectorHeaderAndWritesRawSectors) {
+    const std::string cue = writeDemo();
+    const ToolRun shown = runTool(scratch_, {"read", cue, "16"});
+    ASSERT_EQ(shown.exitCode, 0) << describe(shown);
+    EXPECT_NE(shown.out.find("\n  header     00 02 16 02\n"), std::string::npos) << shown.out;
+
+    const std::string raw = scratch_.file("raw.bin");
+    const ToolRun written =
+        runTool(scratch_, {"read", cue, "0", std::to_string(demo::kTotalSectors), "--raw", raw});
+    ASSERT_EQ(written.exitCode, 0) << describe(written);
+    const auto bin = readBytes(scratch_.file("demo/demo.bin"));
+    ASSERT_EQ(bin.size(), static_cast<size_t>(demo::kTotalSectors) * kRawSectorSize);
+    EXPECT_TRUE(readBytes(raw) == bin) << "the raw sectors differ from demo.bin";
+}
+
+TEST_F(Tool, InfoStaysWithinItsMemoryBound) {
+    // A resource bound, not a speed one: opening the demo disc with the default caching level must not
+    // make the whole cache resident.
+#ifdef LUMADISC_SANITIZED
+    GTEST_SKIP() << "a sanitizer's shadow memory makes resident sizes meaningless";
+#endif
+    constexpr long kBoundKb = 64 * 1024;
+    const ToolRun run = runTool(scratch_, {"info"});
+    ASSERT_EQ(run.exitCode, 0) << describe(run);
+    // ru_maxrss also carries the high-water mark of the memory the child had before exec, which is
+    // this test process's: the figure is the larger of the tool's peak and this process's peak.
+    struct rusage self {};
+    getrusage(RUSAGE_SELF, &self);
+    std::cout << "[ measured ] lumadisc info peak resident size: " << run.peakResidentKb
+              << " KiB (this test process: " << self.ru_maxrss << " KiB)" << std::endl;
+    RecordProperty("peak_resident_kib", static_cast<int>(run.peakResidentKb));
+    EXPECT_GT(run.peakResidentKb, 0);
+    if (run.peakResidentKb >= kBoundKb && self.ru_maxrss >= run.peakResidentKb)
+        GTEST_SKIP() << "this process already peaked at " << self.ru_maxrss
+                     << " KiB, which hides the tool's own figure; run the test in a process of its own";
+    EXPECT_LT(run.peakResidentKb, kBoundKb);
+}
+
+}  // namespace
+}  // namespace lumadisc::e2e

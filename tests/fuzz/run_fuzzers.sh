@@ -1,0 +1,83 @@
+#!/usr/bin/env bash
+# Runs every fuzz_* executable in BUILD_DIR for SECONDS each, starting from a small seed corpus.
+# A target that supports `--write-seeds DIR` writes its own seeds; the others get the inline seeds
+# below (when this script knows them) or start from nothing.
+# Exits non-zero when a target crashes (its input is kept under BUILD_DIR/fuzz-artifacts/).
+#
+# usage: tests/fuzz/run_fuzzers.sh BUILD_DIR SECONDS
+set -u
+
+if [ $# -ne 2 ] || ! [ -d "$1" ] || ! [[ "$2" =~ ^[0-9]+$ ]]; then
+    echo "usage: $0 BUILD_DIR SECONDS" >&2
+    exit 2
+fi
+build_dir=$(cd "$1" && pwd)
+seconds=$2
+artifacts="$build_dir/fuzz-artifacts"
+logs="$build_dir/fuzz-logs"
+mkdir -p "$artifacts" "$logs"
+work=$(mktemp -d "${TMPDIR:-/tmp}/lumadisc-fuzz-run-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+
+# Inline seeds for targets that cannot write their own: one file per here-document.
+inline_seeds() {
+    local name=$1 dir=$2
+    case "$name" in
+    fuzz_settings)
+        cat >"$dir/plain.ini" <<'EOF'
+[cd selection]
+current = /tmp/disc.cue
+[cdrom property]
+caching = true
+cachinglevel = 20000
+EOF
+        printf '[misc]\r\ncoveropened = true ; a comment\r\n[enable log]\r\nenablelogging = 1\r\n' >"$dir/crlf.ini"
+        printf '[unclosed\nkey without equals\n' >"$dir/broken.ini"
+        ;;
+    fuzz_cue_sheet)
+        cat >"$dir/mixed.cue" <<'EOF'
+FILE "disc.bin" BINARY
+  TRACK 01 MODE2/2352
+    INDEX 01 00:00:00
+  TRACK 02 AUDIO
+    INDEX 00 00:04:00
+    INDEX 01 00:06:00
+EOF
+        ;;
+    esac
+}
+
+found=0
+failed=()
+for fuzzer in "$build_dir"/fuzz_*; do
+    [ -f "$fuzzer" ] && [ -x "$fuzzer" ] || continue
+    name=$(basename "$fuzzer")
+    found=$((found + 1))
+    corpus="$work/$name"
+    mkdir -p "$corpus"
+    if grep -qa -- '--write-seeds' "$fuzzer"; then
+        if ! "$fuzzer" --write-seeds "$corpus" >"$logs/$name.seeds.log" 2>&1; then
+            echo "$name: --write-seeds failed; starting from the inline seeds" >&2
+            inline_seeds "$name" "$corpus"
+        fi
+    else
+        inline_seeds "$name" "$corpus"
+    fi
+    echo "== $name: ${seconds}s from $(ls "$corpus" | wc -l) seeds"
+    "$fuzzer" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
+        -artifact_prefix="$artifacts/$name-" "$corpus" >"$logs/$name.log" 2>&1
+    status=$?
+    grep -E '^stat::number_of_executed_units|^stat::peak_rss_mb|^#[0-9]+.*DONE' "$logs/$name.log" | sed 's/^/   /'
+    if [ $status -ne 0 ]; then
+        echo "$name: FAILED (exit $status); log: $logs/$name.log" >&2
+        tail -n 40 "$logs/$name.log" >&2
+        failed+=("$name")
+    fi
+done
+
+if [ $found -eq 0 ]; then
+    echo "no fuzz_* executables in $build_dir (configure with -DLUMADISC_FUZZ=ON)" >&2
+    exit 1
+fi
+echo "$((found - ${#failed[@]})) passed, ${#failed[@]} failed"
+[ ${#failed[@]} -eq 0 ]
