@@ -90,8 +90,106 @@ LUMADISC_API unsigned long PSEgetLibType(void);
 LUMADISC_API char* PSEgetLibName(void);
 LUMADISC_API unsigned long PSEgetLibVersion(void);
 
+
+/* ---- The extended face: PluginLoad, where the plugin emulates the CD-ROM controller. ---- */
+
+/* HostApi: an array of pointer-sized slots owned by the host. The plugin uses three of them. */
+enum {
+    LUMADISC_HOST_API_CONFIG_DIRECTORY = 6, /* const char*: working directory of the configuration program */
+    LUMADISC_HOST_API_REGISTER_SERVICE = 26, /* HostRegisterService_t */
+    LUMADISC_HOST_API_FIND_FUNCTION = 27,    /* HostFindFunction_t */
+    LUMADISC_HOST_API_SLOTS = 32
+};
+typedef void* HostApi[LUMADISC_HOST_API_SLOTS];
+
+/* A name and a function address; the plugin reuses one record for every call of slots 26 and 27. */
+typedef struct HostSymbol {
+    const char* name;
+    void* function;
+} HostSymbol;
+/* Registers symbol->function under symbol->name. */
+typedef long (*HostRegisterService_t)(HostSymbol* symbol);
+/* Looks symbol->name up: 0 when found (symbol->function then holds it), anything else when not. */
+typedef long (*HostFindFunction_t)(HostSymbol* symbol);
+
+/* The plugin's handlers that the host calls. */
+typedef void (*CdrPortWrite_t)(uint32_t value, uint32_t port); /* a byte written to port 0x1800..0x1803 */
+typedef uint32_t (*CdrPortRead_t)(uint32_t port);            /* the byte read (low 8 bits) */
+typedef uint32_t (*CdrDmaHandler_t)(uint32_t control);       /* DMA channel 3 started with this control word */
+typedef long (*CdrEvent_t)(void);                            /* a timed event fires; returns 0 */
+
+/* Host functions the plugin finds by name in Open. */
+typedef void (*HostHookPortByte_t)(CdrPortWrite_t write, CdrPortRead_t read, uint32_t port); /* "cpuHookPortByte" */
+/* "cpuHookDMAFunc": returns the channel's register pair, word 0 memory address, word 1 block control. */
+typedef uint32_t* (*HostHookDma_t)(CdrDmaHandler_t handler, uint32_t zero, uint32_t channel);
+typedef void* (*HostReadDataAddr_t)(uint32_t address);                       /* "cpuReadDataAddr" */
+typedef void (*HostIrqRequest_t)(uint32_t line);                             /* "cpuIrqRequest" (line 4) */
+typedef uint32_t (*HostIrqWaitFuncRegister_t)(CdrEvent_t event);             /* "cpuIrqWaitFuncRegister" */
+/* "cpuIrqWaitFuncSet": fires the event once after ticks; a new call replaces the schedule;
+   LUMADISC_TICKS_CANCEL cancels it. */
+typedef void (*HostIrqWaitFuncSet_t)(uint32_t ticks, uint32_t handle);
+typedef uint32_t (*HostIrqWaitFuncGet_t)(uint32_t handle);                   /* "cpuIrqWaitFuncGet": ticks left */
+struct XaAudio;
+typedef void (*HostPlayCdxa_t)(struct XaAudio* audio);                       /* "spuPlayCDXA" */
+typedef void (*HostPlayCdda_t)(unsigned char* block);                        /* "spuPlayCDDA": 2352 bytes */
+typedef long (*HostGetKey_t)(uint32_t key, uint32_t one);                    /* "padGetKKey": nonzero while pressed */
+#define LUMADISC_TICKS_CANCEL 0xFFFFFFFFu
+
+/* The table PluginLoad hands back: 11 pointer-sized slots. */
+typedef struct CdrEntryTable {
+    long (*Init)(void);
+    long (*Open)(void);     /* 0, or -1 on failure */
+    long (*Start)(void);
+    long (*Stop)(void);
+    long (*Close)(void);
+    long (*Shutdown)(void);
+    void* reserved;
+    void (*Poll)(void);
+    long (*Configure)(void);
+    long (*SaveState)(void** record); /* stores a malloc'd StateRecord; the caller frees it */
+    long (*LoadState)(const void* record);
+} CdrEntryTable;
+
+/* One decoded XA audio sector, as spuPlayCDXA receives it (32800 bytes). */
+typedef struct XaAudio {
+    int32_t rate;          /* 37800 or 18900 */
+    int32_t bitsPerSample; /* 4 or 8 */
+    int32_t stereo;        /* 1 stereo, 0 mono */
+    int32_t sampleCount;   /* samples per channel: 4032 mono, 2016 stereo */
+    int32_t leftY0, leftY1, rightY0, rightY1;
+    int16_t samples[16384]; /* mono in order, stereo as left, right pairs */
+} XaAudio;
+
+enum {
+    LUMADISC_CONTROLLER_STATE_SIZE = 41740,
+    LUMADISC_STATE_RECORD_SIZE = 41764,
+    LUMADISC_STATE_RECORD_VERSION = 3
+};
+
+/* A save state: the controller's state block and the ticks left of its four events. */
+typedef struct StateRecord {
+    uint32_t size;    /* LUMADISC_STATE_RECORD_SIZE */
+    uint32_t version; /* LUMADISC_STATE_RECORD_VERSION */
+    unsigned char controller[LUMADISC_CONTROLLER_STATE_SIZE];
+    uint32_t interruptTicks, readTicks, coverClosedTicks, reportTicks;
+} StateRecord;
+
+/* Services the plugin registers with the host in Init. */
+typedef long (*CdrGetSystemType_t)(void);              /* "cdrGetSystemType": 1 for a PAL-region disc */
+typedef void* (*CdrLoadExecutable_t)(const char* name); /* "cdrLoadExecutable": malloc'd image or null */
+typedef char* (*CdrGetText_t)(void);                    /* "cdrGetCDExeMd5", "cdrGetCDLabel", "cdrGetCDExeName" */
+
+/* Takes the host's HostApi table (an array of LUMADISC_HOST_API_SLOTS slots) and returns the entry table. */
+LUMADISC_API CdrEntryTable* PluginLoad(void** hostApi);
+
 #ifdef __cplusplus
 }
+#endif
+
+#ifdef __cplusplus
+static_assert(sizeof(XaAudio) == 32800, "XaAudio is 32800 bytes");
+static_assert(sizeof(StateRecord) == LUMADISC_STATE_RECORD_SIZE, "StateRecord is 41764 bytes");
+static_assert(sizeof(CdrEntryTable) == 11 * sizeof(void*), "the entry table has 11 slots");
 #endif
 
 #endif
