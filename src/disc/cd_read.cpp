@@ -7,7 +7,11 @@
 #include "disc/auto_sub.h"
 #include "disc/sector_cache.h"
 #include "formats/cdrwin.h"
+#include "formats/alcohol120.h"
+#include "formats/cdrdao.h"
 #include "formats/clonecd.h"
+#include "formats/executable_disc.h"
+#include "formats/null_disc.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -42,6 +46,31 @@ bool CCdRead::bindKind(DiscType kind) {
         toc_ = &g_cdrwinToc;
         data_ = &g_cdrwinData;
         sub_ = &g_cdrwinSub;
+        return true;
+    case kDiscNone:
+        toc_ = &g_nullToc;
+        data_ = &g_nullData;
+        sub_ = &g_nullSub;
+        return true;
+    case kDiscExecutable:
+        toc_ = &g_autoToc;
+        data_ = &g_executableData;
+        sub_ = &g_autoSub;
+        return true;
+    case kDiscCcd:
+        toc_ = &g_clonecdToc;
+        data_ = &g_clonecdData;
+        sub_ = &g_clonecdSub;
+        return true;
+    case kDiscMds:
+        toc_ = &g_alcohol120Toc;
+        data_ = &g_alcohol120Data;
+        sub_ = &g_alcohol120Sub;
+        return true;
+    case kDiscToc:
+        toc_ = &g_cdrdaoToc;
+        data_ = &g_cdrdaoData;
+        sub_ = &g_cdrdaoSub;
         return true;
     default:
         // Kinds whose readers this build does not have open as unknown ones.

@@ -1,5 +1,7 @@
 #include "formats/clonecd.h"
 
+#include <iniparser/iniparser.h>
+
 #include <cstdio>
 
 #include "config/log.h"
@@ -8,12 +10,70 @@
 
 namespace lumadisc {
 
+CCdClonecdToc g_clonecdToc;
+CCdClonecdData g_clonecdData;
 CCdClonecdSub g_clonecdSub;
+
+namespace {
+
+constexpr int kMaxTracks = 99;
+constexpr int kNoIndex = -9999;
+constexpr int kDataTrackMode = 2;
+constexpr size_t kKeyCapacity = 4096;
+
+// The image path with its extension replaced; false (with the path as far as it got) when too long.
+bool companionPath(const char* extension, char* path) {
+    std::snprintf(path, kPathCapacity, "%s", g_settings.current);
+    return replaceExtension(path, kPathCapacity, extension) == 0;
+}
+
+}  // namespace
+
+int clonecdReadControl(const char* path, TrackTable& table) {
+    dictionary* ini = iniparser_load(path);
+    if (ini == nullptr) return -1;
+    char key[kKeyCapacity];
+    for (int track = 1; track <= kMaxTracks; ++track) {
+        std::snprintf(key, sizeof key, "TRACK %i:INDEX 1", track);
+        const int start = iniparser_getint(ini, key, kNoIndex);
+        if (start == kNoIndex) break;
+        std::snprintf(key, sizeof key, "TRACK %i:MODE", track);
+        const int mode = iniparser_getint(ini, key, kDataTrackMode);
+        table.append(mode == kDataTrackMode ? kTrackData : kTrackAudio, start);
+    }
+    iniparser_freedict(ini);
+    return 0;
+}
+
+int CCdClonecdToc::open() {
+    table_.clear();
+    char dataPath[kPathCapacity];
+    const bool haveDataPath = companionPath(".img", dataPath);
+    table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
+    if (clonecdReadControl(g_settings.current, table_) != 0) {
+        logWrite(0, "[CDR] Error: toc file not opened (%s).\n", g_settings.current);
+        return -1;
+    }
+    return 0;
+}
+
+int CCdClonecdData::open() {
+    char dataPath[kPathCapacity];
+    if (!companionPath(".img", dataPath) || !file_.open(dataPath)) {
+        logWrite(0, "[CDR] Error: data file not opened (%s).\n", dataPath);
+        return -1;
+    }
+    return 0;
+}
+
+int CCdClonecdData::read(Lba lba, uint8_t* sector) {
+    file_.readRecord(lba, kRawSectorSize, sector);
+    return 0;
+}
 
 int CCdClonecdSub::open() {
     char subPath[kPathCapacity];
-    std::snprintf(subPath, sizeof subPath, "%s", g_settings.current);
-    if (replaceExtension(subPath, sizeof subPath, ".sub") != 0 || !file_.open(subPath)) {
+    if (!companionPath(".sub", subPath) || !file_.open(subPath)) {
         logWrite(0, "[CDR] Warning: sub file not opened (%s).\n", subPath);
         return -1;
     }

@@ -1,11 +1,41 @@
-// CloneCD images. The ".sub" reader also serves every other kind: the reader front tries it first
-// whenever subchannel reading is on, with the ".sub" file beside whatever image is open.
+// CloneCD images: a ".ccd" control file in INI form, a ".img" data file of 2352-byte sectors and an
+// optional ".sub" file of 96-byte subchannel blocks. The ".sub" reader also serves every other kind:
+// the reader front tries it first whenever subchannel reading is on, with the ".sub" file beside
+// whatever image is open.
 #pragma once
 
 #include "disc/reader_interfaces.h"
+#include "disc/track_table.h"
 #include "formats/image_file.h"
 
 namespace lumadisc {
+
+// Loads the control file at path and appends one row per track "TRACK 1", "TRACK 2", ... (up to 99,
+// stopping at the first track without an "INDEX 1" key); row 0 is not touched. -1 when the INI
+// library cannot load the file.
+int clonecdReadControl(const char* path, TrackTable& table);
+
+class CCdClonecdToc final : public CCdVirtualToc {
+public:
+    int open() override;
+    void close() override {}
+    int getDiscType() override { return table_.getDiscType(false); }
+    int getTN(uint8_t* buffer) override { return table_.getTN(buffer); }
+    int getTD(uint8_t track, uint8_t* buffer) override { return table_.getTD(track, buffer); }
+
+private:
+    TrackTable table_;
+};
+
+class CCdClonecdData final : public CCdVirtualData {
+public:
+    int open() override;
+    void close() override { file_.close(); }
+    int read(Lba lba, uint8_t* sector) override;
+
+private:
+    ImageFile file_;
+};
 
 class CCdClonecdSub final : public CCdVirtualSub {
 public:
@@ -17,6 +47,8 @@ private:
     ImageFile file_;
 };
 
+extern CCdClonecdToc g_clonecdToc;
+extern CCdClonecdData g_clonecdData;
 extern CCdClonecdSub g_clonecdSub;
 
 }  // namespace lumadisc

@@ -199,8 +199,8 @@ const BadDisc kBadDiscs[] = {
      0, "[CDR] ReadTrack(00:02:00)(0)\n"},
     {"unknown_kind", [](const std::string& d) { return writeFile(d + "/disc.iso", "x"); }, -1,
      "[CDR] Error: unknown cd type: -1.\n"},
-    {"kind_not_in_this_build", [](const std::string& d) { return writeFile(d + "/disc.ccd", "x"); }, -1,
-     "[CDR] Error: unknown cd type: 5.\n"},
+    {"kind_not_in_this_build", [](const std::string&) { return std::string("sr9"); }, -1,  // no dot: a drive
+     "[CDR] Error: unknown cd type: 3.\n"},
     {"directory_with_dot_file_without",
      [](const std::string& d) {
          fixtures::makeDirectories(d + "/my.games", nullptr);

@@ -34,6 +34,13 @@ EOF
         printf '[misc]\r\ncoveropened = true ; a comment\r\n[enable log]\r\nenablelogging = 1\r\n' >"$dir/crlf.ini"
         printf '[unclosed\nkey without equals\n' >"$dir/broken.ini"
         ;;
+    fuzz_ppf)
+        # Version 1 (records from byte 56) and version 3 without block check (from byte 60), one
+        # record each: 4 bytes at sector 16, byte 24.
+        { printf 'PPF10\000'; printf '%50s' ''; printf '\030\223\000\000\004abcd'; } >"$dir/v1.ppf"
+        { printf 'PPF30\002'; printf '%50s' ''; printf '\000\000\000\000';
+          printf '\030\223\000\000\000\000\000\000\004abcd'; } >"$dir/v3.ppf"
+        ;;
     fuzz_cue_sheet)
         cat >"$dir/mixed.cue" <<'EOF'
 FILE "disc.bin" BINARY
@@ -43,6 +50,20 @@ FILE "disc.bin" BINARY
     INDEX 00 00:04:00
     INDEX 01 00:06:00
 EOF
+        ;;
+    fuzz_clonecd)
+        printf '[CloneCD]\r\nVersion=3\r\n[TRACK 1]\r\nMODE=2\r\nINDEX 1=0\r\n[TRACK 2]\r\nMODE=0\r\nINDEX 0=300\r\nINDEX 1=450\r\n' \
+            >"$dir/two.ccd"
+        ;;
+    fuzz_mds)
+        # One track at 00:02:00: the count at byte 110, the position at 369, 378 bytes in all.
+        { head -c 110 /dev/zero; printf '\001'; head -c 258 /dev/zero; printf '\000\002\000'; head -c 6 /dev/zero; } \
+            >"$dir/one.mds"
+        ;;
+    fuzz_toc)
+        # Length 24: the lead-out (0xA2) at 00:04:00, then data track 1 at 00:02:00.
+        printf '\000\030\001\001\001\020\000\242\000\000\000\000\000\004\000\001\024\000\001\000\000\000\000\000\002\000' \
+            >"$dir/one.toc"
         ;;
     esac
 }

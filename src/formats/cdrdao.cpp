@@ -1,0 +1,78 @@
+#include "formats/cdrdao.h"
+
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "config/log.h"
+#include "config/settings.h"
+#include "support/paths.h"
+
+namespace lumadisc {
+
+CCdCdrdaoToc g_cdrdaoToc;
+CCdCdrdaoData g_cdrdaoData;
+CCdCdrdaoSub g_cdrdaoSub;
+
+namespace {
+
+constexpr size_t kMinimumLength = 12;
+constexpr uint8_t kPointLastTrack = 99;
+constexpr uint8_t kPointLeadOut = 0xA2;
+
+int32_t rowType(uint8_t adrControl) { return (adrControl & 0x0C) == 0x04 ? kTrackData : kTrackAudio; }
+
+}  // namespace
+
+FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table) {
+    if (size < kFullTocHeaderSize) return FullTocParse::kTruncated;
+    const size_t length = static_cast<size_t>(bytes[0]) << 8 | bytes[1];
+    if (length <= kMinimumLength) return FullTocParse::kOk;
+    const size_t descriptorBytes = length - 2;
+    if (size - kFullTocHeaderSize < descriptorBytes) return FullTocParse::kTruncated;
+    const uint8_t* descriptors = bytes + kFullTocHeaderSize;
+    for (size_t k = 0; k < descriptorBytes / kFullTocDescriptorSize; ++k) {
+        const uint8_t* d = descriptors + k * kFullTocDescriptorSize;
+        const uint8_t point = d[3];
+        if (point != kPointLeadOut && point > kPointLastTrack) continue;
+        // A lead-out row starts where the session's lead-out does, as a track row starts at its track.
+        table.append(point == kPointLeadOut ? kTrackData : rowType(d[1]), lbaFromMsf(d[8], d[9], d[10]));
+    }
+    return FullTocParse::kOk;
+}
+
+int CCdCdrdaoToc::open() {
+    table_.clear();
+    const char* path = g_settings.current;
+    if (!file_.open(path)) {
+        logWrite(0, "[CDR] Error: toc not opened (%s).\n", path);
+        return -1;
+    }
+    std::vector<uint8_t> bytes(kFullTocMaxSize);
+    bytes.resize(file_.readRecord(0, bytes.size(), bytes.data()));
+    if (fullTocParse(bytes.data(), bytes.size(), table_) != FullTocParse::kOk) {
+        table_.clear();
+        logWrite(0, "[CDR] Error: toc file truncated (%s).\n", path);
+        return -1;
+    }
+    return 0;
+}
+
+int CCdCdrdaoData::open() {
+    char dataPath[kPathCapacity];
+    std::snprintf(dataPath, sizeof dataPath, "%s", g_settings.current);
+    if (replaceExtension(dataPath, sizeof dataPath, ".bin") != 0 || !file_.open(dataPath)) {
+        logWrite(0, "Error: data file not opened (%s).\n", dataPath);
+        return -1;
+    }
+    return 0;
+}
+
+int CCdCdrdaoData::read(Lba lba, uint8_t* sector) {
+    uint8_t record[kFullTocSectorStride];
+    const size_t got = file_.readRecord(lba, sizeof record, record);
+    std::memcpy(sector, record, got < kRawSectorSize ? got : kRawSectorSize);
+    return 0;
+}
+
+}  // namespace lumadisc

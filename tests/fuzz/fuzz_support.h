@@ -1,0 +1,58 @@
+// Shared by the description fuzz targets: the questions a host can ask of a track table, with
+// aborts on answers that break the table's rules, and the seed writer behind `--write-seeds DIR`.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "disc/track_table.h"
+
+namespace lumadisc::fuzz {
+
+inline void checkTable(const TrackTable& table, bool alwaysData) {
+    const int rows = table.rows();
+    const int type = table.getDiscType(alwaysData);
+    if (rows < 2 ? type != -1 : type != (alwaysData ? kTrackData : table.row(1).type)) std::abort();
+    uint8_t tn[2] = {0xEE, 0xEE};
+    const int tnResult = table.getTN(tn);
+    if ((tnResult == 0) != (rows >= 2)) std::abort();
+    if (tnResult != 0 && (tn[0] != 0xEE || tn[1] != 0xEE)) std::abort();
+    for (int track = 0; track <= 255; ++track) {
+        uint8_t td[3] = {0xEE, 0xEE, 0xEE};
+        const int result = table.getTD(static_cast<uint8_t>(track), td);
+        if ((result == 0) != (track < rows)) std::abort();
+        if (result != 0 && (td[0] | td[1] | td[2]) != 0) std::abort();
+    }
+}
+
+using Seed = std::pair<std::string, std::vector<uint8_t>>;
+
+inline bool writeSeeds(const char* directory, const std::vector<Seed>& seeds) {
+    mkdir(directory, 0777);
+    for (const auto& [name, bytes] : seeds) {
+        const std::string path = std::string(directory) + "/" + name;
+        FILE* file = std::fopen(path.c_str(), "wb");
+        if (!file) return false;
+        const bool ok = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+        if (std::fclose(file) != 0 || !ok) return false;
+    }
+    std::printf("%zu seeds written to %s\n", seeds.size(), directory);
+    return true;
+}
+
+// Runs writeSeeds and exits when the arguments hold `--write-seeds DIR`.
+template <typename MakeSeeds>
+void handleWriteSeeds(int argc, char** argv, MakeSeeds makeSeeds) {
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], "--write-seeds") == 0) std::exit(writeSeeds(argv[i + 1], makeSeeds()) ? 0 : 1);
+    }
+}
+
+}  // namespace lumadisc::fuzz
