@@ -14,10 +14,15 @@ constexpr const char* kUsage =
     "  read DISC LBA [COUNT] [--raw FILE]\n"
     "                                   header, subheader, first data bytes and Q subchannel of\n"
     "                                   each sector, or the raw 2352-byte sectors to FILE\n"
-    "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) into DIR\n"
+    "  ls [DISC]                        the ISO 9660 file system of the first data track: every\n"
+    "                                   directory and file with its extent and size\n"
+    "  boot [DISC] [--withhold NAME]    starts the disc as a console does, with the plugin as its CD-ROM\n"
+    "                                   controller: every command, response and interrupt with its tick\n"
+    "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
+    "                                   executable (demo.exe) into DIR\n"
     "\n"
-    "Without DISC the built-in demo disc is used. DISC is an image path (.cue), as the plugin's\n"
-    "\"cd selection\" setting takes it.\n"
+    "Without DISC the built-in demo disc is used. DISC is what the plugin's \"cd selection\" setting\n"
+    "takes: an image path (.cue), a console executable (.exe) or \"No CD (bios shell)\".\n"
     "\n"
     "options:\n"
     "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool)\n"
@@ -60,6 +65,8 @@ int main(int argc, char** argv) {
     }
     if (command == "info") return runInfo(options, arguments);
     if (command == "read") return runRead(options, arguments);
+    if (command == "ls") return runLs(options, arguments);
+    if (command == "boot") return runBoot(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
     if (command == "help") {
         std::fputs(kUsage, stdout);

@@ -1,0 +1,22 @@
+// Runs the lumadisc tool as a child process with the built plugin, capturing what it prints.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/scratch_dir.h"
+
+namespace lumadisc::e2e {
+
+struct ToolResult {
+    int exitCode = -1;  // -1 when the tool did not exit normally
+    std::string out;
+    std::string err;
+};
+
+// lumadisc --plugin <the built plugin> ARGUMENTS...; output goes through files in `scratch`.
+ToolResult runLumadisc(const host::ScratchDir& scratch, const std::vector<std::string>& arguments);
+// Exit code and both outputs, for failure messages.
+std::string describeRun(const ToolResult& run);
+
+}  // namespace lumadisc::e2e
