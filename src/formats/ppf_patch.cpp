@@ -1,10 +1,164 @@
 #include "formats/ppf_patch.h"
 
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "config/log.h"
+#include "formats/image_file.h"
+#include "support/paths.h"
+
 namespace lumadisc {
 
-// Patch files are not read yet: every disc reads unpatched, as with no ".ppf" beside it.
-int CCdPpfPatch::load(const char*) { return -1; }
-void CCdPpfPatch::apply(Lba, uint8_t*) {}
-int CCdPpfPatch::release() { return 0; }
+namespace {
+
+// Byte 57 of the header: in version 3 nonzero when a 1024-byte block-check area precedes the records.
+constexpr uint32_t kBlockCheckByte = 57;
+constexpr int64_t kVersion1RecordsStart = 56;
+constexpr int64_t kVersion3RecordsStart = 60;
+constexpr int64_t kBlockCheckRecordsStart = 1084;  // versions 2, and 3 with the block-check area
+
+uint32_t littleEndian32(const uint8_t* bytes) {
+    return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
+           static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
+}
+
+uint64_t littleEndian64(const uint8_t* bytes) {
+    return static_cast<uint64_t>(littleEndian32(bytes)) | static_cast<uint64_t>(littleEndian32(bytes + 4)) << 32;
+}
+
+// The sector holding a byte offset of the image, rounding towards minus infinity.
+int64_t sectorOf(int64_t offset) {
+    int64_t sector = offset / kRawSectorSize;
+    if (offset % kRawSectorSize < 0) --sector;
+    return sector;
+}
+
+}  // namespace
+
+int CCdPpfPatch::load(const char* imagePath) {
+    empty();
+    if (imagePath == nullptr) return -1;
+    char path[kPathCapacity];
+    const size_t length = strnlen(imagePath, kPathCapacity);
+    if (length >= kPathCapacity) return -1;
+    std::memcpy(path, imagePath, length + 1);
+    if (replaceExtension(path, sizeof path, ".ppf") != 0) return -1;
+
+    const int64_t fileSize = ImageFile::sizeOf(path);
+    if (fileSize < 0) return -1;  // no patch beside the image: nothing to say
+    ImageFile file;
+    if (!file.open(path)) {
+        logWrite(0, "[CDR] Warning: not open (%s).\n", path);
+        return -1;
+    }
+    // The size is held in 32 bits; a larger file counts as one that cannot be read whole.
+    if (fileSize > std::numeric_limits<uint32_t>::max()) {
+        logWrite(0, "cdrplugin error: reading file (%s).\n", path);
+        return -1;
+    }
+    size_ = static_cast<uint32_t>(fileSize);
+    data_.reset(new (std::nothrow) uint8_t[size_ > 0 ? size_ : 1]);
+    if (!data_ || file.readRecord(0, size_, data_.get()) != size_) {
+        logWrite(0, "cdrplugin error: reading file (%s).\n", path);
+        empty();
+        return -1;
+    }
+    file.close();
+
+    static const char* const kSignatures[] = {"PPF1", "PPF2", "PPF3"};
+    version_ = -1;
+    for (int32_t i = 0; i < 3 && size_ >= 4; ++i) {
+        if (std::memcmp(data_.get(), kSignatures[i], 4) == 0) {
+            version_ = i + 1;
+            break;
+        }
+    }
+    if (version_ < 0) {
+        logWrite(0, "[CDR] Error: patchfile is no ppf patch.\n");
+        return -1;
+    }
+    blockCheck_ = size_ > kBlockCheckByte ? data_[kBlockCheckByte] : 0;
+    readDescriptionLength();
+    buildIndex();
+    return 0;
+}
+
+void CCdPpfPatch::apply(Lba lba, uint8_t* sector) {
+    if (size_ == 0) return;
+    if (version_ < 1 || version_ > 3) {
+        logWrite(0, "[CDR] error: unknown ppf type.\n");
+        return;
+    }
+    if (sector == nullptr) return;
+    const auto byLba = [](const Run& run, Lba value) { return run.lba < value; };
+    for (auto run = std::lower_bound(runs_.begin(), runs_.end(), lba, byLba); run != runs_.end() && run->lba == lba;
+         ++run) {
+        std::memcpy(sector + run->start, data_.get() + run->source, run->length);
+    }
+}
+
+int CCdPpfPatch::release() {
+    empty();
+    return 0;
+}
+
+void CCdPpfPatch::empty() {
+    size_ = 0;
+    data_.reset();
+    version_ = 0;
+    blockCheck_ = 0;
+    descriptionLength_ = 0;
+    runs_.clear();
+    runs_.shrink_to_fit();
+}
+
+// A description block ends the file when ".DIZ" stands right before its length field, which is
+// 4 bytes wide in version 2 and 2 bytes wide otherwise.
+void CCdPpfPatch::readDescriptionLength() {
+    descriptionLength_ = 0;
+    const uint32_t width = version_ == 2 ? 4 : 2;
+    if (size_ < width + 4) return;
+    const uint8_t* field = data_.get() + size_ - width;
+    if (std::memcmp(field - 4, ".DIZ", 4) != 0) return;
+    // The 4-byte length is signed; the 2-byte one cannot be negative.
+    const int64_t described = width == 4 ? static_cast<int64_t>(static_cast<int32_t>(littleEndian32(field)))
+                                         : static_cast<int64_t>(field[0] | field[1] << 8);
+    const int64_t length = described + (version_ == 2 ? 38 : 36);
+    if (length < 0) {
+        logWrite(0, "[CDR] Error: idlen in ppf system < 0 (%i),", static_cast<int>(length));
+        return;
+    }
+    descriptionLength_ = static_cast<int32_t>(std::min<int64_t>(length, std::numeric_limits<int32_t>::max()));
+}
+
+// Walks the record area once, in file order, and keeps each record's bytes that fall inside the
+// sector where it starts. A record that does not end inside the area ends the walk.
+void CCdPpfPatch::buildIndex() {
+    const bool wideOffsets = version_ == 3;
+    const int64_t first = version_ == 1   ? kVersion1RecordsStart
+                          : version_ == 2 ? kBlockCheckRecordsStart
+                          : blockCheck_   ? kBlockCheckRecordsStart
+                                          : kVersion3RecordsStart;
+    const int64_t end = version_ == 1 ? static_cast<int64_t>(size_) : static_cast<int64_t>(size_) - descriptionLength_;
+    const int64_t header = wideOffsets ? 9 : 5;
+    const uint8_t* bytes = data_.get();
+    for (int64_t at = first; at + header <= end;) {
+        const int64_t offset = wideOffsets ? static_cast<int64_t>(littleEndian64(bytes + at))
+                                           : static_cast<int64_t>(static_cast<int32_t>(littleEndian32(bytes + at)));
+        const int64_t count = bytes[at + header - 1];
+        if (at + header + count > end) break;
+        const int64_t sector = sectorOf(offset);
+        if (count > 0 && sector >= std::numeric_limits<Lba>::min() && sector <= std::numeric_limits<Lba>::max()) {
+            const int64_t start = offset - sector * kRawSectorSize;
+            runs_.push_back(Run{static_cast<Lba>(sector), static_cast<uint32_t>(at + header),
+                                static_cast<uint16_t>(start),
+                                static_cast<uint16_t>(std::min<int64_t>(count, kRawSectorSize - start))});
+        }
+        at += header + count;
+    }
+    std::stable_sort(runs_.begin(), runs_.end(), [](const Run& a, const Run& b) { return a.lba < b.lba; });
+}
 
 }  // namespace lumadisc
