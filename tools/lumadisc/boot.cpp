@@ -1,0 +1,331 @@
+// lumadisc boot: starts the disc the way a console does, through the plugin's extended face, where the
+// plugin itself is the CD-ROM controller. Prints every command, response and interrupt with its tick,
+// then what the reads brought in: the volume, the root directory, SYSTEM.CNF and the executable header.
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/console_driver.h"
+#include "host/console_host.h"
+#include "host/scratch_dir.h"
+#include "tools/fixtures/demo_disc.h"
+#include "tools/fixtures/ini_file.h"
+#include "tools/lumadisc/commands.h"
+
+namespace lumadisc::tool {
+
+namespace {
+
+using host::ConsoleDriver;
+using host::ConsoleHost;
+
+constexpr int32_t kVolumeDescriptorLba = 16;
+constexpr uint32_t kSectorBytes = 2048;
+constexpr int kMaxSectorsPerFile = 16;  // the boot only needs the start of each file
+
+struct DirEntry {
+    std::string name;
+    int32_t extent = 0;
+    uint32_t size = 0;
+    bool directory = false;
+};
+
+uint32_t le32(const uint8_t* bytes) {
+    return bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<uint32_t>(bytes[3]) << 24);
+}
+
+std::string trimmed(const uint8_t* bytes, size_t length) {
+    std::string text(reinterpret_cast<const char*>(bytes), length);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\0')) text.pop_back();
+    return text;
+}
+
+std::string upper(std::string text) {
+    for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    return text;
+}
+
+std::vector<DirEntry> parseDirectory(const std::vector<uint8_t>& data) {
+    std::vector<DirEntry> entries;
+    size_t offset = 0;
+    while (offset + 33 < data.size()) {
+        const uint8_t length = data[offset];
+        if (length == 0) {  // records do not cross a sector: go on at the next one
+            offset = (offset / kSectorBytes + 1) * kSectorBytes;
+            continue;
+        }
+        if (length < 34 || offset + length > data.size()) break;
+        const uint8_t* record = data.data() + offset;
+        const uint8_t nameLength = record[32];
+        if (33u + nameLength <= length && !(nameLength == 1 && record[33] <= 1)) {
+            DirEntry entry;
+            entry.name.assign(reinterpret_cast<const char*>(record + 33), nameLength);
+            entry.extent = static_cast<int32_t>(le32(record + 2));
+            entry.size = le32(record + 10);
+            entry.directory = (record[25] & 0x02) != 0;
+            entries.push_back(entry);
+        }
+        offset += length;
+    }
+    return entries;
+}
+
+const DirEntry* findEntry(const std::vector<DirEntry>& entries, const std::string& name) {
+    const std::string wanted = upper(name);
+    for (const DirEntry& entry : entries) {
+        const std::string have = upper(entry.name);
+        if (have == wanted || have == wanted + ";1" || have.substr(0, have.find(';')) == wanted) return &entry;
+    }
+    return nullptr;
+}
+
+// The executable named by SYSTEM.CNF's BOOT line ("cdrom:\PSX.EXE;1" gives "PSX.EXE;1").
+std::string bootFile(const std::string& systemCnf) {
+    size_t at = 0;
+    while (at < systemCnf.size()) {
+        size_t end = systemCnf.find_first_of("\r\n", at);
+        if (end == std::string::npos) end = systemCnf.size();
+        const std::string line = systemCnf.substr(at, end - at);
+        at = end + 1;
+        if (upper(line).rfind("BOOT", 0) != 0) continue;
+        const size_t equals = line.find('=');
+        if (equals == std::string::npos) continue;
+        std::string path = line.substr(equals + 1);
+        const size_t colon = path.find(':');
+        if (colon != std::string::npos) path = path.substr(colon + 1);
+        path.erase(std::remove_if(path.begin(), path.end(), [](char c) { return c == ' ' || c == '\t'; }),
+                   path.end());
+        while (!path.empty() && (path.front() == '\\' || path.front() == '/')) path.erase(0, 1);
+        return path;
+    }
+    return {};
+}
+
+std::string resolvePlugin(const CommonOptions& options) {
+    if (!options.plugin.empty()) return options.plugin;
+    if (const char* env = std::getenv("LUMADISC_PLUGIN"); env && *env) return env;
+    return toolDirectory() + "/liblumadisc.so";
+}
+
+// Reads `size` bytes of a file (at most kMaxSectorsPerFile sectors) through Setloc, ReadN and DMA.
+std::vector<uint8_t> readFile(ConsoleDriver& driver, const char* what, int32_t lba, uint32_t size) {
+    const int count = std::clamp<int>(static_cast<int>((size + kSectorBytes - 1) / kSectorBytes), 1,
+                                      kMaxSectorsPerFile);
+    driver.note(std::string(what) + ": LBA " + std::to_string(lba) + ", " + std::to_string(count) +
+                (count == 1 ? " sector" : " sectors"));
+    std::vector<uint8_t> data;
+    for (const auto& sector : driver.readSectors(lba, count, kSectorBytes))
+        data.insert(data.end(), sector.begin(), sector.end());
+    return data;
+}
+
+void printTrace(const ConsoleDriver& driver, size_t from) {
+    const auto& trace = driver.trace();
+    for (size_t i = from; i < trace.size(); ++i) std::printf("%s\n", ConsoleDriver::format(trace[i]).c_str());
+}
+
+}  // namespace
+
+int runBoot(const CommonOptions& options, const Arguments& arguments) {
+    std::string disc;
+    std::vector<std::string> withheld;
+    bool handshakes = false;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] == "--withhold" && i + 1 < arguments.size()) {
+            withheld.push_back(arguments[++i]);
+        } else if (arguments[i] == "--handshakes") {
+            handshakes = true;
+        } else if (disc.empty() && arguments[i].rfind("--", 0) != 0) {
+            disc = arguments[i];
+        } else {
+            std::fprintf(stderr, "lumadisc boot: unexpected argument '%s'\n", arguments[i].c_str());
+            return kExitUsage;
+        }
+    }
+
+    auto scratch = std::make_unique<host::ScratchDir>("lumadisc");
+    if (!scratch->ok()) {
+        std::fprintf(stderr, "lumadisc: cannot create a scratch directory\n");
+        return kExitFailure;
+    }
+    if (disc.empty()) {
+        disc = toolDirectory() + "/demo/demo.cue";
+        if (!std::filesystem::exists(disc)) {
+            std::string error;
+            if (!fixtures::writeDemoDisc(scratch->file("demo"), &error)) {
+                std::fprintf(stderr, "lumadisc: cannot write the demo disc: %s\n", error.c_str());
+                return kExitFailure;
+            }
+            disc = scratch->file("demo/demo.cue");
+        }
+    } else if (disc.find('.') != std::string::npos && disc != "No CD (bios shell)") {
+        const std::string given = disc;
+        disc = host::absolutePath(disc);
+        if (!std::filesystem::exists(disc)) {
+            std::fprintf(stderr, "lumadisc: %s: no such file\n", given.c_str());
+            return kExitFailure;
+        }
+    }
+    fixtures::PluginIni settings;
+    settings.current = disc;
+    settings.enableLogging = options.log;
+    settings.caching = !options.noCache;
+    std::string error;
+    if (!fixtures::writePluginIni(scratch->path(), settings, &error)) {
+        std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
+        return kExitFailure;
+    }
+
+    const std::string plugin = resolvePlugin(options);
+    auto console = std::make_unique<ConsoleHost>();
+    for (const std::string& name : withheld) console->withhold(name);
+    if (!console->load(plugin)) {
+        std::fprintf(stderr, "lumadisc: cannot load the plugin %s: %s\n", plugin.c_str(), console->error().c_str());
+        return kExitFailure;
+    }
+    if (!scratch->enter()) {
+        std::fprintf(stderr, "lumadisc: cannot enter %s\n", scratch->path().c_str());
+        return kExitFailure;
+    }
+    console->setConfigDirectory(scratch->path());
+    auto finish = [&](int code) {
+        console->stop();
+        console.reset();  // Close and Shutdown, then the library goes
+        if (options.log) {
+            const std::string log = host::readFile(scratch->file("lumaDisc.log"));
+            std::fprintf(stderr, "--- plugin log ---\n%s", log.c_str());
+        }
+        scratch.reset();
+        return code;
+    };
+
+    std::printf("plugin:    %s (PluginLoad)\n", plugin.c_str());
+    std::printf("disc:      %s, %s\n", disc.c_str(), discKindName(disc).c_str());
+    console->init();
+    std::string services;
+    for (const std::string& name : console->registrations()) services += (services.empty() ? "" : ", ") + name;
+    std::printf("services:  %s\n", services.empty() ? "(none registered)" : services.c_str());
+    std::fflush(stdout);
+    if (console->open() != 0) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "lumadisc: the plugin's Open failed for %s%s\n", disc.c_str(),
+                     options.log ? "" : "; --log shows the plugin's own lines");
+        return finish(kExitFailure);
+    }
+    std::fflush(stdout);
+    console->start();
+    std::printf("ports:     %s, DMA channel 3 %s, %zu events registered\n",
+                console->portHooked(host::kPortStatus) && console->portHooked(host::kPortInterrupt) ? "hooked"
+                                                                                                  : "NOT hooked",
+                console->dmaHooked() ? "hooked" : "NOT hooked", console->eventCount());
+
+    ConsoleDriver driver(*console);
+    driver.setTraceHandshakes(handshakes);
+    std::printf("\n       tick\n");
+    driver.command(host::kCmdInit);
+    driver.note("GetStat with the cover open");
+    driver.command(host::kCmdGetStat);
+    const bool coverClosed = driver.closeCover();
+    if (!coverClosed) driver.note("the cover did not close");
+    driver.command(host::kCmdGetID);
+    const host::CommandResult tn = driver.command(host::kCmdGetTN);
+    unsigned firstTrack = 1, lastTrack = 1;
+    if (tn.complete && !tn.error() && tn.bytes().size() >= 3) {
+        firstTrack = host::fromBcd(tn.bytes()[1]);
+        lastTrack = host::fromBcd(tn.bytes()[2]);
+    }
+    for (unsigned track = firstTrack; track <= lastTrack && track <= 99; ++track)
+        driver.command(host::kCmdGetTD, {host::toBcd(track)});
+    driver.command(host::kCmdGetTD, {0x00});  // the lead-out
+    driver.command(host::kCmdSetmode, {0x80});  // double speed, 2048-byte sectors
+
+    // The volume descriptor, read as the firmware first does: Setloc 00:02:16, SeekL, ReadN.
+    driver.note("volume descriptor: LBA " + std::to_string(kVolumeDescriptorLba));
+    driver.command(host::kCmdSetloc, {0x00, 0x02, 0x16});
+    driver.command(host::kCmdSeekL);
+    std::vector<uint8_t> pvd;
+    if (driver.command(host::kCmdReadN).complete) {
+        if (auto sector = driver.nextSector(kSectorBytes)) pvd = sector->data;
+    }
+    driver.command(host::kCmdPause);
+
+    bool ok = pvd.size() == kSectorBytes && pvd[0] == 1 && std::memcmp(pvd.data() + 1, "CD001", 5) == 0;
+    std::vector<DirEntry> root;
+    std::string systemCnf, exeName;
+    std::vector<uint8_t> exeHeader;
+    int32_t rootExtent = 0;
+    uint32_t rootSize = 0;
+    const DirEntry* exe = nullptr;
+    if (ok) {
+        rootExtent = static_cast<int32_t>(le32(pvd.data() + 156 + 2));
+        rootSize = le32(pvd.data() + 156 + 10);
+        root = parseDirectory(readFile(driver, "root directory", rootExtent, rootSize));
+        if (const DirEntry* cnf = findEntry(root, "SYSTEM.CNF")) {
+            const std::vector<uint8_t> data = readFile(driver, "SYSTEM.CNF", cnf->extent, cnf->size);
+            systemCnf.assign(data.begin(), data.begin() + std::min<size_t>(data.size(), cnf->size));
+            exeName = bootFile(systemCnf);
+        }
+        if (exeName.empty()) exeName = "PSX.EXE";
+        exe = findEntry(root, exeName);
+        if (exe) exeHeader = readFile(driver, "executable header", exe->extent, kSectorBytes);
+    }
+    printTrace(driver, 0);
+
+    size_t commands = 0, interrupts = 0, transfers = 0;
+    for (const host::TraceEntry& entry : driver.trace()) {
+        commands += entry.kind == host::TraceEntry::Kind::Command;
+        interrupts += entry.kind == host::TraceEntry::Kind::Response;
+        transfers += entry.kind == host::TraceEntry::Kind::Dma && entry.dma.started;
+    }
+    std::printf("\n%zu commands, %zu interrupts taken, %zu DMA transfers, %llu ticks, cover %s\n", commands,
+                interrupts, transfers, static_cast<unsigned long long>(console->now()),
+                coverClosed ? "closed" : "still open");
+
+    if (!ok) {
+        std::printf("\nno ISO 9660 volume descriptor at LBA %d\n", kVolumeDescriptorLba);
+        return finish(kExitFailure);
+    }
+    std::printf("\nvolume:    system \"%s\", volume \"%s\", %u blocks\n", trimmed(pvd.data() + 8, 32).c_str(),
+                trimmed(pvd.data() + 40, 32).c_str(), le32(pvd.data() + 80));
+    std::printf("root:      LBA %d, %u bytes\n", rootExtent, rootSize);
+    for (const DirEntry& entry : root)
+        std::printf("  %-20s LBA %6d %10u bytes%s\n", entry.name.c_str(), entry.extent, entry.size,
+                    entry.directory ? "  <dir>" : "");
+    if (systemCnf.empty()) {
+        std::printf("SYSTEM.CNF: none\n");
+    } else {
+        std::printf("SYSTEM.CNF:\n");
+        size_t at = 0;
+        while (at < systemCnf.size()) {
+            size_t end = systemCnf.find('\n', at);
+            if (end == std::string::npos) end = systemCnf.size();
+            std::string line = systemCnf.substr(at, end - at);
+            if (!line.empty() && line.back() == '\r') line.pop_back();
+            if (!line.empty()) std::printf("  %s\n", line.c_str());
+            at = end + 1;
+        }
+    }
+    if (!exe || exeHeader.size() < kSectorBytes) {
+        std::printf("executable: %s not found\n", exeName.c_str());
+        return finish(kExitFailure);
+    }
+    const uint8_t* h = exeHeader.data();
+    std::printf("executable: %s, LBA %d, %u bytes\n", exe->name.c_str(), exe->extent, exe->size);
+    std::printf("  id        \"%s\"\n", trimmed(h, 8).c_str());
+    std::printf("  pc        0x%08X\n  gp        0x%08X\n", le32(h + 0x10), le32(h + 0x14));
+    std::printf("  text      0x%08X, %u bytes\n", le32(h + 0x18), le32(h + 0x1C));
+    std::printf("  stack     0x%08X\n", le32(h + 0x30));
+    const uint8_t* markerEnd = static_cast<const uint8_t*>(std::memchr(h + 0x4C, 0, kSectorBytes - 0x4C));
+    const size_t markerLength = markerEnd ? static_cast<size_t>(markerEnd - (h + 0x4C)) : kSectorBytes - 0x4C;
+    std::printf("  marker    \"%s\"\n", trimmed(h + 0x4C, std::min<size_t>(markerLength, 120)).c_str());
+    const bool exeOk = std::memcmp(h, "PS-X EXE", 8) == 0;
+    return finish(exeOk ? kExitOk : kExitFailure);
+}
+
+}  // namespace lumadisc::tool
