@@ -10,8 +10,11 @@ CCdAutoSub g_autoSub;
 
 namespace {
 
-void writeBcdTime(int32_t frames, uint8_t* out) {
-    const Msf msf = bcdMsf(msfFromFrames(frames));
+// Positions outside the disc still give a time: the frame count is taken modulo 100 minutes.
+void writeBcdTime(int64_t frames, uint8_t* out) {
+    constexpr int64_t kHundredMinutes = 100LL * kFramesPerMinute;
+    const int32_t wrapped = static_cast<int32_t>(((frames % kHundredMinutes) + kHundredMinutes) % kHundredMinutes);
+    const Msf msf = bcdMsf(msfFromFrames(wrapped));
     out[0] = msf.minute;
     out[1] = msf.second;
     out[2] = msf.frame;
@@ -26,7 +29,7 @@ void generateSubchannel(Lba lba, uint8_t* block) {
     q[1] = 0x01;
     q[2] = 0x01;
     writeBcdTime(lba, q + 3);
-    writeBcdTime(lba + kLeadInFrames, q + 7);
+    writeBcdTime(static_cast<int64_t>(lba) + kLeadInFrames, q + 7);
     const uint16_t crc = qCrc(q, 10);
     q[10] = static_cast<uint8_t>(crc >> 8);
     q[11] = static_cast<uint8_t>(crc & 0xFF);
