@@ -21,10 +21,6 @@ constexpr size_t kFirstPositionOffset = 369;
 constexpr size_t kRecordSize = 80;
 constexpr int kMaxTracks = 99;
 
-bool companionPath(const char* extension, char* path) {
-    std::snprintf(path, kPathCapacity, "%s", g_settings.current);
-    return replaceExtension(path, kPathCapacity, extension) == 0;
-}
 
 }  // namespace
 
@@ -70,20 +66,6 @@ int CCdAlcohol120Toc::open() {
     }
     logWrite(0, "[CDR] Error: mds file truncated (%s).\n", path);
     return -1;
-}
-
-int CCdAlcohol120Data::open() {
-    char dataPath[kPathCapacity];
-    if (!companionPath(".mdf", dataPath) || !file_.open(dataPath)) {
-        logWrite(0, "[CDR] Error: data file not opened (%s).\n", dataPath);
-        return -1;
-    }
-    return 0;
-}
-
-int CCdAlcohol120Data::read(Lba lba, uint8_t* sector) {
-    file_.readRecord(lba, kRawSectorSize, sector);
-    return 0;
 }
 
 int CCdAlcohol120Sub::open() {

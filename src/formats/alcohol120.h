@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include "disc/reader_interfaces.h"
-#include "disc/track_table.h"
-#include "formats/image_file.h"
+#include "disc/table_toc.h"
+#include "formats/companion_file.h"
 
 namespace lumadisc {
 
@@ -22,26 +22,15 @@ constexpr size_t kMdsDescriptorSpan = 369 + 80 * 98 + 3;
 // the table is then left as it was.
 MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table);
 
-class CCdAlcohol120Toc final : public CCdVirtualToc {
+class CCdAlcohol120Toc final : public CCdTableToc {
 public:
+    CCdAlcohol120Toc() : CCdTableToc(true) {}
     int open() override;
-    void close() override {}
-    int getDiscType() override { return table_.getDiscType(true); }
-    int getTN(uint8_t* buffer) override { return table_.getTN(buffer); }
-    int getTD(uint8_t track, uint8_t* buffer) override { return table_.getTD(track, buffer); }
-
-private:
-    TrackTable table_;
 };
 
-class CCdAlcohol120Data final : public CCdVirtualData {
+class CCdAlcohol120Data final : public CCdSectorFileData {
 public:
-    int open() override;
-    void close() override { file_.close(); }
-    int read(Lba lba, uint8_t* sector) override;
-
-private:
-    ImageFile file_;
+    CCdAlcohol120Data() : CCdSectorFileData(".mdf", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
 };
 
 // Opens the data file a second time but delivers no subchannel: the reader front keeps its block.

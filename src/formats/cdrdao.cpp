@@ -58,21 +58,4 @@ int CCdCdrdaoToc::open() {
     return 0;
 }
 
-int CCdCdrdaoData::open() {
-    char dataPath[kPathCapacity];
-    std::snprintf(dataPath, sizeof dataPath, "%s", g_settings.current);
-    if (replaceExtension(dataPath, sizeof dataPath, ".bin") != 0 || !file_.open(dataPath)) {
-        logWrite(0, "Error: data file not opened (%s).\n", dataPath);
-        return -1;
-    }
-    return 0;
-}
-
-int CCdCdrdaoData::read(Lba lba, uint8_t* sector) {
-    uint8_t record[kFullTocSectorStride];
-    const size_t got = file_.readRecord(lba, sizeof record, record);
-    std::memcpy(sector, record, got < kRawSectorSize ? got : kRawSectorSize);
-    return 0;
-}
-
 }  // namespace lumadisc

@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include "disc/reader_interfaces.h"
-#include "disc/track_table.h"
-#include "formats/image_file.h"
+#include "disc/table_toc.h"
+#include "formats/companion_file.h"
 
 namespace lumadisc {
 
@@ -26,28 +26,20 @@ enum class FullTocParse { kOk, kTruncated };
 // announced descriptors are cut short.
 FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table);
 
-class CCdCdrdaoToc final : public CCdVirtualToc {
+class CCdCdrdaoToc final : public CCdTableToc {
 public:
+    CCdCdrdaoToc() : CCdTableToc(false) {}
     int open() override;
     void close() override { file_.close(); }
-    int getDiscType() override { return table_.getDiscType(false); }
-    int getTN(uint8_t* buffer) override { return table_.getTN(buffer); }
-    int getTD(uint8_t track, uint8_t* buffer) override { return table_.getTD(track, buffer); }
 
 private:
-    TrackTable table_;
     ImageFile file_;
 };
 
-class CCdCdrdaoData final : public CCdVirtualData {
+// The main channel only: the 96 subchannel bytes after each sector are not read.
+class CCdCdrdaoData final : public CCdSectorFileData {
 public:
-    int open() override;
-    void close() override { file_.close(); }
-    // The main channel only: the 96 subchannel bytes after each sector are not read.
-    int read(Lba lba, uint8_t* sector) override;
-
-private:
-    ImageFile file_;
+    CCdCdrdaoData() : CCdSectorFileData(".bin", kFullTocSectorStride, "Error: data file not opened (%s).\n") {}
 };
 
 // Delivers nothing: the reader front keeps its block (a ".sub" file or the generated one).

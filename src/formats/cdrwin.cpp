@@ -35,10 +35,6 @@ bool readWholeFile(const char* path, std::string& text) {
     return true;
 }
 
-bool dataPathOf(const char* imagePath, char* dataPath, const char* extension) {
-    std::snprintf(dataPath, kPathCapacity, "%s", imagePath);
-    return replaceExtension(dataPath, kPathCapacity, extension) == 0;
-}
 
 }  // namespace
 
@@ -106,7 +102,7 @@ int CCdCdrwinToc::open() {
     table_.clear();
     const char* sheetPath = g_settings.current;
     char dataPath[kPathCapacity];
-    const bool haveDataPath = dataPathOf(sheetPath, dataPath, ".bin");
+    const bool haveDataPath = companionPathOf(sheetPath, ".bin", dataPath);
     table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
     std::string text;
     if (!readWholeFile(sheetPath, text)) {
@@ -114,20 +110,6 @@ int CCdCdrwinToc::open() {
         return -1;
     }
     cueBuildTable(cueTokenize(text), table_);
-    return 0;
-}
-
-int CCdCdrwinData::open() {
-    char dataPath[kPathCapacity];
-    if (!dataPathOf(g_settings.current, dataPath, ".bin") || !file_.open(dataPath)) {
-        logWrite(0, "[CDR] Error: data file not opened (%s).\n", dataPath);
-        return -1;
-    }
-    return 0;
-}
-
-int CCdCdrwinData::read(Lba lba, uint8_t* sector) {
-    file_.readRecord(lba, kRawSectorSize, sector);
     return 0;
 }
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "disc/reader_interfaces.h"
-#include "disc/track_table.h"
-#include "formats/image_file.h"
+#include "disc/table_toc.h"
+#include "formats/companion_file.h"
 
 namespace lumadisc {
 
@@ -16,26 +16,15 @@ std::vector<std::string> cueTokenize(const std::string& text);
 // Builds the track rows of a tokenized sheet (row 0 is not touched).
 void cueBuildTable(const std::vector<std::string>& tokens, TrackTable& table);
 
-class CCdCdrwinToc final : public CCdVirtualToc {
+class CCdCdrwinToc final : public CCdTableToc {
 public:
+    CCdCdrwinToc() : CCdTableToc(false) {}
     int open() override;
-    void close() override {}
-    int getDiscType() override { return table_.getDiscType(false); }
-    int getTN(uint8_t* buffer) override { return table_.getTN(buffer); }
-    int getTD(uint8_t track, uint8_t* buffer) override { return table_.getTD(track, buffer); }
-
-private:
-    TrackTable table_;
 };
 
-class CCdCdrwinData final : public CCdVirtualData {
+class CCdCdrwinData final : public CCdSectorFileData {
 public:
-    int open() override;
-    void close() override { file_.close(); }
-    int read(Lba lba, uint8_t* sector) override;
-
-private:
-    ImageFile file_;
+    CCdCdrwinData() : CCdSectorFileData(".bin", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
 };
 
 // The kind's own subchannel: the generated block.

@@ -21,11 +21,6 @@ constexpr int kNoIndex = -9999;
 constexpr int kDataTrackMode = 2;
 constexpr size_t kKeyCapacity = 4096;
 
-// The image path with its extension replaced; false (with the path as far as it got) when too long.
-bool companionPath(const char* extension, char* path) {
-    std::snprintf(path, kPathCapacity, "%s", g_settings.current);
-    return replaceExtension(path, kPathCapacity, extension) == 0;
-}
 
 }  // namespace
 
@@ -54,20 +49,6 @@ int CCdClonecdToc::open() {
         logWrite(0, "[CDR] Error: toc file not opened (%s).\n", g_settings.current);
         return -1;
     }
-    return 0;
-}
-
-int CCdClonecdData::open() {
-    char dataPath[kPathCapacity];
-    if (!companionPath(".img", dataPath) || !file_.open(dataPath)) {
-        logWrite(0, "[CDR] Error: data file not opened (%s).\n", dataPath);
-        return -1;
-    }
-    return 0;
-}
-
-int CCdClonecdData::read(Lba lba, uint8_t* sector) {
-    file_.readRecord(lba, kRawSectorSize, sector);
     return 0;
 }
 

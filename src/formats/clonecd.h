@@ -5,8 +5,8 @@
 #pragma once
 
 #include "disc/reader_interfaces.h"
-#include "disc/track_table.h"
-#include "formats/image_file.h"
+#include "disc/table_toc.h"
+#include "formats/companion_file.h"
 
 namespace lumadisc {
 
@@ -15,26 +15,15 @@ namespace lumadisc {
 // library cannot load the file.
 int clonecdReadControl(const char* path, TrackTable& table);
 
-class CCdClonecdToc final : public CCdVirtualToc {
+class CCdClonecdToc final : public CCdTableToc {
 public:
+    CCdClonecdToc() : CCdTableToc(false) {}
     int open() override;
-    void close() override {}
-    int getDiscType() override { return table_.getDiscType(false); }
-    int getTN(uint8_t* buffer) override { return table_.getTN(buffer); }
-    int getTD(uint8_t track, uint8_t* buffer) override { return table_.getTD(track, buffer); }
-
-private:
-    TrackTable table_;
 };
 
-class CCdClonecdData final : public CCdVirtualData {
+class CCdClonecdData final : public CCdSectorFileData {
 public:
-    int open() override;
-    void close() override { file_.close(); }
-    int read(Lba lba, uint8_t* sector) override;
-
-private:
-    ImageFile file_;
+    CCdClonecdData() : CCdSectorFileData(".img", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
 };
 
 class CCdClonecdSub final : public CCdVirtualSub {

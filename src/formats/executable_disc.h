@@ -4,22 +4,16 @@
 #pragma once
 
 #include "disc/reader_interfaces.h"
-#include "disc/track_table.h"
+#include "disc/table_toc.h"
 #include "formats/image_file.h"
 
 namespace lumadisc {
 
-class CCdAutoToc final : public CCdVirtualToc {
+class CCdAutoToc final : public CCdTableToc {
 public:
+    CCdAutoToc() : CCdTableToc(true) {}
     // Row 0: the lead-out at the end of the template's volume; row 1: the data track at Lba 0.
     int open() override;
-    void close() override {}
-    int getDiscType() override { return table_.getDiscType(true); }
-    int getTN(uint8_t* buffer) override { return table_.getTN(buffer); }
-    int getTD(uint8_t track, uint8_t* buffer) override { return table_.getTD(track, buffer); }
-
-private:
-    TrackTable table_;
 };
 
 class CCdExecutableData final : public CCdVirtualData {

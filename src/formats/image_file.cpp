@@ -30,9 +30,8 @@ void ImageFile::close() {
     fd_ = -1;
 }
 
-size_t ImageFile::readRecord(int32_t index, size_t size, uint8_t* buffer) const {
+size_t ImageFile::readAt(int64_t offset, size_t size, uint8_t* buffer) const {
     if (fd_ < 0) return 0;
-    const int64_t offset = static_cast<int64_t>(index) * static_cast<int64_t>(size);
     if (offset < 0 || offset > std::numeric_limits<int32_t>::max()) return 0;
     size_t done = 0;
     while (done < size) {

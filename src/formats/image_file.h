@@ -21,7 +21,11 @@ public:
     // Reads up to size bytes of record `index` of `size` bytes into buffer; returns the bytes read.
     // Bytes past the end of the file, or of a record whose offset is negative or beyond 2 GiB,
     // are not touched.
-    size_t readRecord(int32_t index, size_t size, uint8_t* buffer) const;
+    size_t readRecord(int32_t index, size_t size, uint8_t* buffer) const {
+        return readAt(static_cast<int64_t>(index) * static_cast<int64_t>(size), size, buffer);
+    }
+    // Reads up to size bytes at a byte offset; nothing when the offset is negative or beyond 2 GiB.
+    size_t readAt(int64_t offset, size_t size, uint8_t* buffer) const;
 
     // Size of the file at path in bytes, or -1 when it cannot be queried.
     static int64_t sizeOf(const char* path);

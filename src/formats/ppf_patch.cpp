@@ -1,5 +1,7 @@
 #include "formats/ppf_patch.h"
 
+#include "formats/companion_file.h"
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -41,10 +43,7 @@ int CCdPpfPatch::load(const char* imagePath) {
     empty();
     if (imagePath == nullptr) return -1;
     char path[kPathCapacity];
-    const size_t length = strnlen(imagePath, kPathCapacity);
-    if (length >= kPathCapacity) return -1;
-    std::memcpy(path, imagePath, length + 1);
-    if (replaceExtension(path, sizeof path, ".ppf") != 0) return -1;
+    if (!companionPathOf(imagePath, ".ppf", path)) return -1;
 
     const int64_t fileSize = ImageFile::sizeOf(path);
     if (fileSize < 0) return -1;  // no patch beside the image: nothing to say

@@ -1,0 +1,34 @@
+#include "formats/companion_file.h"
+
+#include <cstdio>
+
+#include "config/log.h"
+#include "config/settings.h"
+#include "support/paths.h"
+
+namespace lumadisc {
+
+bool companionPathOf(const char* imagePath, const char* extension, char* path) {
+    std::snprintf(path, kPathCapacity, "%s", imagePath);
+    return replaceExtension(path, kPathCapacity, extension) == 0;
+}
+
+bool companionPath(const char* extension, char* path) {
+    return companionPathOf(g_settings.current, extension, path);
+}
+
+int CCdSectorFileData::open() {
+    char path[kPathCapacity];
+    if (!companionPath(extension_, path) || !file_.open(path)) {
+        logWrite(0, failureFormat_, path);
+        return -1;
+    }
+    return 0;
+}
+
+int CCdSectorFileData::read(Lba lba, uint8_t* sector) {
+    file_.readAt(static_cast<int64_t>(lba) * stride_, kRawSectorSize, sector);
+    return 0;
+}
+
+}  // namespace lumadisc
