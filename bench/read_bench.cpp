@@ -21,6 +21,7 @@
 #include <system_error>
 #include <vector>
 
+#include "bench/bench_options.h"
 #include "host/classic_host.h"
 #include "host/scratch_dir.h"
 #include "tools/fixtures/cue_image.h"
@@ -33,39 +34,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int32_t kWarmCacheLevel = 100000;  // the largest cachinglevel the plugin accepts
 
-struct Options {
-    std::string plugin;
-    int32_t sectors = 90000;
-    int rounds = 3;
-};
-
-std::string besideExecutable(const std::string& name) {
-    std::error_code error;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (error ? std::string(".") : self.parent_path().string()) + "/" + name;
-}
-
-bool parseOptions(int argc, char** argv, Options* options) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        if ((word == "--sectors" || word == "--rounds") && i + 1 < argc) {
-            const long value = std::strtol(argv[++i], nullptr, 10);
-            if (value < 1) return false;
-            if (word == "--sectors") options->sectors = static_cast<int32_t>(value);
-            else options->rounds = static_cast<int>(value);
-        } else if (word.starts_with("-")) {
-            return false;
-        } else {
-            options->plugin = word;
-        }
-    }
-    if (options->plugin.empty()) {
-        const char* env = std::getenv("LUMADISC_PLUGIN");
-        options->plugin = env && *env ? env : besideExecutable("liblumadisc.so");
-    }
-    options->plugin = host::absolutePath(options->plugin);
-    return true;
-}
+using bench::Options;
+using bench::parseOptions;
 
 // Cheap distinct content: the sector's header and a fill that depends on the lba.
 void benchSector(Lba lba, int32_t, fixtures::Sector& sector) {
@@ -146,6 +116,7 @@ void closeDisc(host::ClassicHost& host) {
 
 int main(int argc, char** argv) {
     Options options;
+    options.sectors = 90000;
     if (!parseOptions(argc, argv, &options)) {
         std::fprintf(stderr, "usage: read_bench [PLUGIN] [--sectors N] [--rounds R]\n");
         return 2;

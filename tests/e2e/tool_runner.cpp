@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,11 +35,13 @@ ToolResult runLumadisc(const host::ScratchDir& scratch, const std::vector<std::s
         return run;
     }
     int status = 0;
+    struct rusage usage {};
     pid_t waited;
     do {
-        waited = waitpid(child, &status, 0);
+        waited = wait4(child, &status, 0, &usage);
     } while (waited < 0 && errno == EINTR);
     if (waited == child && WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
+    run.peakResidentKb = usage.ru_maxrss;  // kilobytes on Linux
     run.out = host::readFile(outPath);
     run.err = host::readFile(errPath);
     return run;

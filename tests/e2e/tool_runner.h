@@ -12,6 +12,7 @@ struct ToolResult {
     int exitCode = -1;  // -1 when the tool did not exit normally
     std::string out;
     std::string err;
+    long peakResidentKb = 0;  // the child's peak resident size
 };
 
 // lumadisc --plugin <the built plugin> ARGUMENTS...; output goes through files in `scratch`.
