@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "audio/cd_play.h"
 #include "config/config_program.h"
 #include "config/log.h"
 #include "config/settings.h"
@@ -135,7 +136,9 @@ long entryOpen() {
     h.handles[kEventCoverClosed] = h.waitRegister(coverClosedEvent);
     h.handles[kEventReport] = h.waitRegister(reportEvent);
     bind("spuPlayCDXA", &h.playCdxa, kUnbound.playCdxa);
-    bind("spuPlayCDDA", &h.playCdda, kUnbound.playCdda);
+    // CD audio goes to the host; its stand-in returns at once, so the player then keeps time itself.
+    const bool hostPlaysCdda = bind("spuPlayCDDA", &h.playCdda, kUnbound.playCdda);
+    g_cdPlay.setHostOutput(h.playCdda, hostPlaysCdda);
     bind("padGetKKey", &h.getKey, kUnbound.getKey);
 
     std::memset(&g_controller, 0, sizeof g_controller);
@@ -167,6 +170,7 @@ long entryClose() {
     logWrite(1, "[CDR] Close()\n");
     if (g_settings.savesettingsonexit) settingsSave(&g_settings);
     psxcdrsystem.close();
+    g_cdPlay.setHostOutput(nullptr, true);  // the classic face plays through OpenAL again
     inputClose();
     logClose();
     return 0;

@@ -6,6 +6,15 @@
 
 namespace lumadisc {
 
+std::mutex& cdromMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
+
+namespace {
+using ReaderLock = std::lock_guard<std::mutex>;
+}
+
 int CCdromControl::init() {
     logWrite(0, "[CDR] CCdromControl::init().\n");
     if (g_cdRead.init() != 0) return -1;
@@ -20,45 +29,57 @@ void CCdromControl::shutdown() {
 
 int CCdromControl::open() {
     logWrite(0, "[CDR] CCdromControl::open().\n");
-    if (g_cdRead.open() != 0) return -1;
+    // An open while a disc is open (the disc swap) ends CD audio before the reader changes discs.
+    if (g_cdPlay.streaming()) g_cdPlay.close();
+    {
+        ReaderLock lock(cdromMutex());
+        if (g_cdRead.open() != 0) return -1;
+    }
     return g_cdPlay.open() == 0 ? 0 : -1;
 }
 
 void CCdromControl::close() {
     logWrite(0, "[CDR] CCdromControl::close().\n");
-    g_cdPlay.close();
+    g_cdPlay.close();  // the thread ends first, outside the lock it takes per sector
+    ReaderLock lock(cdromMutex());
     g_cdRead.close();
 }
 
 int CCdromControl::setLoc(Lba lba) {
     logWrite(0, "[CDR] CCdromControl::setLoc(%i).\n", lba);
+    ReaderLock lock(cdromMutex());
     g_cdRead.setLoc(lba);
     return 0;
 }
 
 Lba CCdromControl::getLoc() {
     logWrite(0, "[CDR] CCdromControl::getLoc().\n");
+    ReaderLock lock(cdromMutex());
     return g_cdRead.getLoc();
 }
 
 int CCdromControl::getDiscType() {
     logWrite(0, "[CDR] CCdromControl::getDiscType().\n");
+    ReaderLock lock(cdromMutex());
     return g_cdRead.getDiscType();
 }
 
 int CCdromControl::getTN(uint8_t* buffer) {
     logWrite(0, "[CDR] CCdromControl::getTN().\n");
+    ReaderLock lock(cdromMutex());
     return g_cdRead.getTN(buffer);
 }
 
 int CCdromControl::getTD(uint8_t track, uint8_t* buffer) {
     logWrite(0, "[CDR] CCdromControl::getTD(%i).\n", track);
+    ReaderLock lock(cdromMutex());
     return g_cdRead.getTD(track, buffer);
 }
 
 int CCdromControl::readData() {
     logWrite(0, "[CDR] CCdromControl::readData().\n");
-    g_cdPlay.stopCDDA();
+    g_cdPlay.stopCDDA();  // takes the lock itself, briefly: the streaming thread is then off the reader
+    ReaderLock lock(cdromMutex());
     g_cdRead.readSubs();
     return g_cdRead.readData();
 }

@@ -84,6 +84,7 @@ int Session::start(const CommonOptions& options, const std::string& disc) {
     settings.current = disc_;
     settings.enableLogging = options.log;
     settings.caching = !options.noCache;
+    settings.playCdda = false;  // the reading commands play no CD audio and open no sound device
     std::string error;
     if (!fixtures::writePluginIni(scratch_->path(), settings, &error)) {
         std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
