@@ -14,6 +14,8 @@ int runInfo(const CommonOptions& options, const Arguments& arguments);
 int runRead(const CommonOptions& options, const Arguments& arguments);
 int runLs(const CommonOptions& options, const Arguments& arguments);
 int runBoot(const CommonOptions& options, const Arguments& arguments);
+int runPlay(const CommonOptions& options, const Arguments& arguments);
+int runXa(const CommonOptions& options, const Arguments& arguments);
 int runMakeDemo(const Arguments& arguments);
 
 // Parses a whole decimal number; false when the text is not one.

@@ -18,6 +18,12 @@ constexpr const char* kUsage =
     "                                   directory and file with its extent and size\n"
     "  boot [DISC] [--withhold NAME]    starts the disc as a console does, with the plugin as its CD-ROM\n"
     "                                   controller: every command, response and interrupt with its tick\n"
+    "  play DISC TRACK [--seconds N] [--volume V] [--wav FILE]\n"
+    "                                   plays a CD audio track through the plugin (CDRplay) on the\n"
+    "                                   sound device, or into the WAVE file FILE, with its progress\n"
+    "  xa DISC MSF [--file F] [--channel C] [--sectors N] --wav FILE\n"
+    "                                   reads the XA audio stream at MSF (mm:ss:ff) through the plugin's\n"
+    "                                   controller and writes what it hands to spuPlayCDXA to FILE\n"
     "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
     "                                   executable (demo.exe) into DIR\n"
     "\n"
@@ -67,6 +73,8 @@ int main(int argc, char** argv) {
     if (command == "read") return runRead(options, arguments);
     if (command == "ls") return runLs(options, arguments);
     if (command == "boot") return runBoot(options, arguments);
+    if (command == "play") return runPlay(options, arguments);
+    if (command == "xa") return runXa(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
     if (command == "help") {
         std::fputs(kUsage, stdout);
