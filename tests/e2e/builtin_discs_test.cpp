@@ -2,12 +2,11 @@
 // around a ".exe" file (its template judged by ISO 9660 readers we did not write and by recomputed
 // EDC/ECC) and the empty disc "No CD (bios shell)".
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
-#include <sstream>
 
 #include "src/disc/q_crc.h"
 #include "tests/e2e/plugin_harness.h"
+#include "tests/unit/shell_command.h"
 #include "tools/fixtures/edc_ecc.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/psx_exe.h"
@@ -19,21 +18,6 @@ using namespace std::string_literals;
 
 constexpr int kUser = 2048;
 constexpr size_t kBufferBytes = kRawSectorSize - 12;  // CDRgetBuffer hands out the sector from its header
-
-// The line of a listing program's output that names `name`, scanned with `format` into extent and size.
-bool listed(const std::string& command, const std::string& name, const char* format, unsigned* a, unsigned* b) {
-    std::string output;
-    if (FILE* pipe = popen((command + " 2>&1").c_str(), "r")) {
-        char chunk[4096];
-        for (size_t got; (got = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) output.append(chunk, got);
-        pclose(pipe);
-    }
-    std::istringstream lines(output);
-    for (std::string line; std::getline(lines, line);)
-        if (line.find(name) != std::string::npos) return std::sscanf(line.c_str(), format, a, b) == 2;
-    ADD_FAILURE() << name << " not in the output of " << command << ":\n" << output;
-    return false;
-}
 
 class BuiltinDiscs : public PluginHarness {
 protected:
@@ -61,19 +45,13 @@ TEST_F(BuiltinDiscs, ExecutableDiscIsOneDataTrackThatIsoReadersAccept) {
     const std::string isoPath = scratch_.file("disc.iso");
     ASSERT_TRUE(fixtures::writeBytes(isoPath, iso, nullptr));
     // iso-info shows the name translated (lower case, no version) and decodes the CD-XA fields.
-    const struct {
-        std::string command, name;
-        const char* format;
-        bool sizeFirst;
-    } oracles[] = {
-        {"isoinfo -l -i " + isoPath, "PSX.EXE;1", "%*s %*d %*d %*d %u %*s %*d %*d [ %u", true},
-        {"iso-info --no-header -l -i " + isoPath, "psx.exe", " %*s %*d %*d [fn %*x] [LSN %u] %u", false},
-    };
-    for (const auto& oracle : oracles) {
-        unsigned size = 0, extent = 0;
-        EXPECT_TRUE(oracle.sizeFirst ? listed(oracle.command, oracle.name, oracle.format, &size, &extent)
-                                     : listed(oracle.command, oracle.name, oracle.format, &extent, &size));
-        EXPECT_EQ(std::vector<unsigned>({size, extent}), std::vector<unsigned>({1525760, 23})) << oracle.command;
+    for (const auto& [isoinfo, name] : {std::pair<bool, std::string>{true, "PSX.EXE;1"}, {false, "psx.exe"}}) {
+        const std::string command = isoinfo ? "isoinfo -l -i " + isoPath : "iso-info --no-header -l -i " + isoPath;
+        const auto listing = test::isoListing(test::shellOutput(command), isoinfo);
+        ASSERT_TRUE(listing.count(name)) << command;
+        EXPECT_EQ((std::vector<unsigned>{listing.at(name).size, listing.at(name).extent}),
+                  (std::vector<unsigned>{1525760, 23}))
+            << command;
     }
 }
 
@@ -104,12 +82,7 @@ TEST_F(BuiltinDiscs, ExecutableSectorsFollowTheFile) {
     for (size_t i = exe.size(); i < 78 * kUser + 100; ++i)  // ends 100 bytes into Lba 101
         exe.push_back(fixtures::patternByte(static_cast<Lba>(i / kUser), static_cast<int>(i % kUser)));
     ASSERT_EQ(openExecutable(exe), 0);
-    const struct {
-        Lba lba;
-        long result;
-        std::vector<uint8_t> header;
-        size_t fileOffset, fileBytes;
-    } steps[] = {
+    const struct { Lba lba; long result; std::vector<uint8_t> header; size_t fileOffset, fileBytes; } steps[] = {
         {23, 0, {0x00, 0x02, 0x23, 0x02}, 0, kUser},       {100, 0, {0x00, 0x03, 0x25, 0x02}, 157696, kUser},
         {101, 0, {0x00, 0x03, 0x26, 0x02}, 159744, 100},   {767, 0, {0x00, 0x12, 0x17, 0x02}, 0, 0},
         {5000, 0, {0x01, 0x08, 0x50, 0x02}, 0, 0},         {-1, -1, {}, 0, 0},

@@ -22,7 +22,7 @@ void PluginHarness::closePlugin() {
     api().shutdown();
 }
 
-fixtures::PluginIni PluginHarness::settingsFor(const std::string& disc, bool logging) {
+fixtures::PluginIni settingsFor(const std::string& disc, bool logging) {
     fixtures::PluginIni settings;
     settings.current = disc;
     settings.enableLogging = logging;
@@ -45,10 +45,10 @@ fixtures::CueImage PluginHarness::writeCue(const fixtures::CueImageBuilder& buil
 
 std::string PluginHarness::log() const { return host::readFile(scratch_.file("lumaDisc.log")); }
 
-std::vector<uint8_t> binSector(const std::string& binPath, Lba lba) {
+std::vector<uint8_t> binSector(const std::string& binPath, Lba lba, int stride) {
     std::vector<uint8_t> bytes(kRawSectorSize);
     std::ifstream in(binPath, std::ios::binary);
-    in.seekg(static_cast<std::streamoff>(lba) * kRawSectorSize);
+    in.seekg(static_cast<std::streamoff>(lba) * stride);
     in.read(reinterpret_cast<char*>(bytes.data()), kRawSectorSize);
     return bytes;
 }

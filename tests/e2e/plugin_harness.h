@@ -24,8 +24,6 @@ protected:
 
     // Writes the settings and runs CDRinit + CDRopen; returns CDRopen's result.
     long openWith(const fixtures::PluginIni& settings);
-    // Settings naming disc with logging on.
-    static fixtures::PluginIni settingsFor(const std::string& disc, bool logging = true);
     // Writes a CUE image into the scratch directory.
     fixtures::CueImage writeCue(const fixtures::CueImageBuilder& builder, const std::string& name = "disc");
     // The plugin's log file as it stands.
@@ -37,7 +35,9 @@ protected:
     host::ClassicHost host_;
 };
 
-// Raw bytes of sector lba of a .bin file.
-std::vector<uint8_t> binSector(const std::string& binPath, Lba lba);
+// Settings naming disc with logging on.
+fixtures::PluginIni settingsFor(const std::string& disc, bool logging = true);
+// Raw bytes of sector lba of a data file whose sectors lie `stride` bytes apart.
+std::vector<uint8_t> binSector(const std::string& binPath, Lba lba, int stride = kRawSectorSize);
 
 }  // namespace lumadisc::e2e

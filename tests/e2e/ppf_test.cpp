@@ -24,11 +24,7 @@ int firstDifference(const Bytes& a, const Bytes& b) {
 
 class PpfThroughThePlugin : public PluginHarness {
 protected:
-    fixtures::CueImage writeImage() {
-        fixtures::CueImageBuilder builder;
-        builder.addDataTrack(kSectors);
-        return writeCue(builder);
-    }
+    fixtures::CueImage writeImage() { return writeCue(fixtures::CueImageBuilder().addDataTrack(kSectors)); }
     void writePatch(const Bytes& bytes) { ASSERT_TRUE(fixtures::writeBytes(dir() + "/disc.ppf", bytes, nullptr)); }
     // Reads every sector of the image `passes` times and compares it with the image plus `changes`.
     void expectSectors(const fixtures::CueImage& image, const std::vector<std::tuple<Lba, int, std::string>>& changes,
@@ -48,50 +44,36 @@ protected:
     }
 };
 
-struct Variant {
-    int version;
-    uint8_t blockCheck;
-    bool description;
-};
-
-class PpfVersions : public PpfThroughThePlugin, public ::testing::WithParamInterface<std::tuple<Variant, bool>> {};
-
-TEST_P(PpfVersions, PatchExactlyTheCoveredBytesAndLaterRecordsWin) {
-    const auto [variant, caching] = GetParam();
-    PpfPatchBuilder builder(variant.version);
-    builder.blockCheck(variant.blockCheck)
-        .add(at(16, 24), "\xA1\xA2\xA3\xA4")
-        .add(at(10, 2340), std::string(30, 'E'))  // runs past the end of sector 10
-        .add(at(20, 100), "AAAAAAAA")
-        .add(at(20, 104), "BB");
-    if (variant.version == 3) builder.add(at(16, 24) + (int64_t{1} << 32), "wrap");  // not sector 16
-    if (variant.description) {
-        // Read as records, the block would reach this record inside the description text.
-        const Bytes fake = PpfPatchBuilder(variant.version).add(at(5, 200), "EVIL").bytes();
-        const std::string record(fake.begin() + static_cast<long>(PpfPatchBuilder(variant.version).recordsStart()),
-                                 fake.end());
-        builder.description(std::string(variant.version == 3 ? 64 : 60, ' ') + record + "   ");
-    }
+TEST_F(PpfThroughThePlugin, EveryVersionPatchesExactlyTheCoveredBytesAndLaterRecordsWin) {
     const auto image = writeImage();
-    writePatch(builder.bytes());
-    auto settings = settingsFor(image.cuePath, false);
-    settings.caching = caching;
-    ASSERT_EQ(openWith(settings), 0);
-    expectSectors(image, {{16, 24, "\xA1\xA2\xA3\xA4"},
-                          {10, 2340, std::string(12, 'E')},
-                          {20, 100, "AAAABBAA"}});
+    const struct { int version; uint8_t blockCheck; bool description; } variants[] = {
+        {1, 0, false}, {2, 0, false}, {2, 0, true}, {3, 0, false}, {3, 1, false}, {3, 1, true}};
+    for (const auto& variant : variants) {
+        PpfPatchBuilder builder(variant.version);
+        builder.blockCheck(variant.blockCheck)
+            .add(at(16, 24), "\xA1\xA2\xA3\xA4")
+            .add(at(10, 2340), std::string(30, 'E'))  // runs past the end of sector 10
+            .add(at(20, 100), "AAAAAAAA")
+            .add(at(20, 104), "BB");
+        if (variant.version == 3) builder.add(at(16, 24) + (int64_t{1} << 32), "wrap");  // not sector 16
+        if (variant.description) {
+            // Read as records, the block would reach this record inside the description text.
+            const Bytes fake = PpfPatchBuilder(variant.version).add(at(5, 200), "EVIL").bytes();
+            const auto start = static_cast<long>(PpfPatchBuilder(variant.version).recordsStart());
+            builder.description(std::string(variant.version == 3 ? 64 : 60, ' ') + std::string(fake.begin() + start, fake.end()) + "   ");
+        }
+        writePatch(builder.bytes());
+        for (const bool caching : {false, true}) {
+            SCOPED_TRACE("version " + std::to_string(variant.version) + (variant.blockCheck ? ", block check" : "") +
+                         (variant.description ? ", described" : "") + (caching ? ", cached" : ""));
+            auto settings = settingsFor(image.cuePath, false);
+            settings.caching = caching;
+            ASSERT_EQ(openWith(settings), 0);
+            expectSectors(image, {{16, 24, "\xA1\xA2\xA3\xA4"}, {10, 2340, std::string(12, 'E')}, {20, 100, "AAAABBAA"}});
+            closePlugin();
+        }
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(EveryVersion, PpfVersions,
-                         ::testing::Combine(::testing::Values(Variant{1, 0, false}, Variant{2, 0, false},
-                                                              Variant{2, 0, true}, Variant{3, 0, false},
-                                                              Variant{3, 1, false}, Variant{3, 1, true}),
-                                            ::testing::Bool()),
-                         [](const auto& info) {
-                             const Variant& v = std::get<0>(info.param);
-                             return "v" + std::to_string(v.version) + (v.blockCheck ? "_blockcheck" : "") +
-                                    (v.description ? "_described" : "") + (std::get<1>(info.param) ? "_cached" : "");
-                         });
 
 TEST_F(PpfThroughThePlugin, SwitchedOffOrAbsentPatchesLeaveSectorsAndLogAlone) {
     const auto image = writeImage();

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <sstream>
 
@@ -23,10 +22,6 @@ namespace {
 
 using fixtures::IsoBlock;
 using Listing = std::map<std::string, std::vector<unsigned>>;  // path: is-directory, extent, size
-
-ToolResult lumadiscLs(const host::ScratchDir& scratch, const std::string& disc) {
-    return runLumadisc(scratch, {"ls", disc});
-}
 
 Listing parseListing(const std::string& out) {
     Listing listing;
@@ -65,7 +60,7 @@ TEST_F(ToolLs, ListsTheDemoDiscAndTheExecutableDisc) {
         {"demo.exe", {{"/", {1, 22, 2048}}, {"/PSX.EXE;1", {0, 23, 1525760}}}},
     };
     for (const auto& [disc, expected] : cases) {
-        const ToolResult run = lumadiscLs(scratch_, scratch_.file(disc));
+        const ToolResult run = runLumadisc(scratch_, {"ls", scratch_.file(disc)});
         ASSERT_EQ(run.exitCode, 0) << describeRun(run);
         EXPECT_EQ(parseListing(run.out), expected) << run.out;
     }
@@ -82,12 +77,11 @@ TEST_F(ToolLs, ListsSubdirectoriesOfATreeMadeByAnotherIsoWriter) {
     }
     const std::string isoPath = scratch_.file("tree.iso");
     ASSERT_EQ(std::system(("genisoimage -quiet -o " + isoPath + " " + scratch_.file("tree")).c_str()), 0);
-    std::ifstream in(isoPath, std::ios::binary);
-    const std::vector<char> iso((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string iso = host::readFile(isoPath);
     std::vector<IsoBlock> blocks(iso.size() / 2048);
     std::memcpy(blocks.data(), iso.data(), blocks.size() * 2048);
 
-    const ToolResult run = lumadiscLs(scratch_, cueOf(blocks, "tree"));
+    const ToolResult run = runLumadisc(scratch_, {"ls", cueOf(blocks, "tree")});
     ASSERT_EQ(run.exitCode, 0) << describeRun(run);
     Listing listing = parseListing(run.out);
     for (const char* directory : {"/", "/SUB/", "/SUB/DEEP/", "/OTHER/"})
@@ -123,7 +117,7 @@ TEST_F(ToolLs, DiscsWithoutAReadableVolumeEndInAClearError) {
         {cueOf(damaged([](uint8_t* d, uint8_t*) { std::memset(d + 158, 0xF0, 4); }), "far"), "lies beyond the disc"},
     };
     for (const auto& [disc, message] : cases) {
-        const ToolResult run = lumadiscLs(scratch_, disc);
+        const ToolResult run = runLumadisc(scratch_, {"ls", disc});
         EXPECT_EQ(run.exitCode, 1) << disc << "\n" << describeRun(run);
         EXPECT_NE(run.err.find(message), std::string::npos) << disc << "\n" << run.err;
     }

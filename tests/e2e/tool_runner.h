@@ -9,13 +9,13 @@
 namespace lumadisc::e2e {
 
 struct ToolResult {
-    int exitCode = -1;  // -1 when the tool did not exit normally
+    int exitCode = -1;  // -1 when the shell that runs it did not exit normally
     std::string out;
     std::string err;
-    long peakResidentKb = 0;  // the child's peak resident size
+    long peakResidentKb = 0;  // the largest peak resident size of this process's children so far
 };
 
-// lumadisc --plugin <the built plugin> ARGUMENTS...; output goes through files in `scratch`.
+// lumadisc --plugin <the built plugin> ARGUMENTS... through the shell; output goes through files in `scratch`.
 ToolResult runLumadisc(const host::ScratchDir& scratch, const std::vector<std::string>& arguments);
 // Exit code and both outputs, for failure messages.
 std::string describeRun(const ToolResult& run);

@@ -3,20 +3,10 @@
 // block controls, and save states corrupted before they are loaded again. The RAM behind
 // cpuReadDataAddr is exactly 2 MB of heap, so a write past it is caught. Every input starts from the
 // state right after Open. `--write-seeds DIR` writes a small corpus and exits.
-#include <unistd.h>
-
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
-
 #include "controller/controller_state.h"
 #include "controller/save_state.h"
 #include "lumadisc/host_api.h"
+#include "tests/fuzz/fuzz_support.h"
 #include "tools/fixtures/cue_image.h"
 #include "tools/fixtures/ini_file.h"
 
@@ -27,11 +17,7 @@ using namespace lumadisc;
 constexpr uint32_t kRamSize = 2u * 1024u * 1024u;
 constexpr int kMaxFiringsPerInput = 256;
 
-struct FakeEvent {
-    CdrEvent_t function = nullptr;
-    bool scheduled = false;
-    uint64_t due = 0;
-};
+struct FakeEvent { CdrEvent_t function = nullptr; bool scheduled = false; uint64_t due = 0; };
 
 struct FakeHost {
     void* api[LUMADISC_HOST_API_SLOTS] = {};
@@ -47,50 +33,44 @@ struct FakeHost {
 };
 FakeHost g_fake;
 
-void hookPort(CdrPortWrite_t write, CdrPortRead_t read, uint32_t) {
-    g_fake.write = write;
-    g_fake.read = read;
-}
-uint32_t* hookDma(CdrDmaHandler_t handler, uint32_t, uint32_t) {
-    g_fake.dma = handler;
-    return g_fake.dmaRegisters;
-}
-void* readDataAddr(uint32_t address) { return g_fake.ram + (address & (kRamSize - 1)); }
-void irqRequest(uint32_t) { ++g_fake.irqs; }
-uint32_t waitRegister(CdrEvent_t event) {
-    g_fake.events.push_back({event, false, 0});
-    return static_cast<uint32_t>(g_fake.events.size());
+template <class F>
+void* fn(F function) {
+    return reinterpret_cast<void*>(function);
 }
 void waitSet(uint32_t ticks, uint32_t handle) {
     if (handle == 0 || handle > g_fake.events.size()) return;
-    FakeEvent& event = g_fake.events[handle - 1];
-    event.scheduled = ticks != LUMADISC_TICKS_CANCEL;
-    event.due = g_fake.now + ticks;
+    g_fake.events[handle - 1].scheduled = ticks != LUMADISC_TICKS_CANCEL;
+    g_fake.events[handle - 1].due = g_fake.now + ticks;
 }
 uint32_t waitGet(uint32_t handle) {
-    if (handle == 0 || handle > g_fake.events.size() || !g_fake.events[handle - 1].scheduled) {
-        return LUMADISC_TICKS_CANCEL;
-    }
+    if (handle == 0 || handle > g_fake.events.size() || !g_fake.events[handle - 1].scheduled) return LUMADISC_TICKS_CANCEL;
     return static_cast<uint32_t>(g_fake.events[handle - 1].due - g_fake.now);
-}
-void playCdxa(XaAudio*) {}
-void playCdda(unsigned char*) {}
-long getKey(uint32_t key, uint32_t) {
-    return (key == 0x4B && (g_fake.keys & 1)) || (key == 0x4C && (g_fake.keys & 2));
 }
 
 long findFunction(HostSymbol* symbol) {
     static const std::pair<const char*, void*> kFunctions[] = {
-        {"cpuHookPortByte", reinterpret_cast<void*>(&hookPort)},
-        {"cpuHookDMAFunc", reinterpret_cast<void*>(&hookDma)},
-        {"cpuReadDataAddr", reinterpret_cast<void*>(&readDataAddr)},
-        {"cpuIrqRequest", reinterpret_cast<void*>(&irqRequest)},
-        {"cpuIrqWaitFuncRegister", reinterpret_cast<void*>(&waitRegister)},
-        {"cpuIrqWaitFuncSet", reinterpret_cast<void*>(&waitSet)},
-        {"cpuIrqWaitFuncGet", reinterpret_cast<void*>(&waitGet)},
-        {"spuPlayCDXA", reinterpret_cast<void*>(&playCdxa)},
-        {"spuPlayCDDA", reinterpret_cast<void*>(&playCdda)},
-        {"padGetKKey", reinterpret_cast<void*>(&getKey)}};
+        {"cpuHookPortByte", fn<HostHookPortByte_t>([](CdrPortWrite_t write, CdrPortRead_t read, uint32_t) {
+             g_fake.write = write;
+             g_fake.read = read;
+         })},
+        {"cpuHookDMAFunc", fn<HostHookDma_t>([](CdrDmaHandler_t handler, uint32_t, uint32_t) {
+             g_fake.dma = handler;
+             return g_fake.dmaRegisters;
+         })},
+        {"cpuReadDataAddr",
+         fn<HostReadDataAddr_t>([](uint32_t address) -> void* { return g_fake.ram + (address & (kRamSize - 1)); })},
+        {"cpuIrqRequest", fn<HostIrqRequest_t>([](uint32_t) { ++g_fake.irqs; })},
+        {"cpuIrqWaitFuncRegister", fn<HostIrqWaitFuncRegister_t>([](CdrEvent_t event) {
+             g_fake.events.push_back({event, false, 0});
+             return static_cast<uint32_t>(g_fake.events.size());
+         })},
+        {"cpuIrqWaitFuncSet", fn<HostIrqWaitFuncSet_t>(&waitSet)},
+        {"cpuIrqWaitFuncGet", fn<HostIrqWaitFuncGet_t>(&waitGet)},
+        {"spuPlayCDXA", fn<HostPlayCdxa_t>([](XaAudio*) {})},
+        {"spuPlayCDDA", fn<HostPlayCdda_t>([](unsigned char*) {})},
+        {"padGetKKey", fn<HostGetKey_t>([](uint32_t key, uint32_t) -> long {
+             return (key == 0x4B && (g_fake.keys & 1)) || (key == 0x4C && (g_fake.keys & 2));
+         })}};
     for (const auto& [name, function] : kFunctions) {
         if (std::strcmp(symbol->name, name) == 0) {
             symbol->function = function;
@@ -138,22 +118,12 @@ void writeDisc(const std::string& directory) {
     if (!fixtures::writePluginIni(directory, settings, &error)) std::abort();
 }
 
-std::string g_scratch;
 std::vector<uint8_t> g_baseline;  // the state record right after Open
 CdrEntryTable* g_entries = nullptr;
 
-void removeScratch() {
-    std::error_code ignored;
-    if (!g_scratch.empty()) std::filesystem::remove_all(g_scratch, ignored);
-}
-
 void setUpOnce() {
     static const bool ready = [] {
-        char pattern[] = "/tmp/lumadisc-fuzz-ctl-XXXXXX";
-        if (mkdtemp(pattern) == nullptr || chdir(pattern) != 0) return false;
-        g_scratch = pattern;
-        std::atexit(removeScratch);
-        writeDisc(g_scratch);
+        writeDisc(lumadisc::fuzz::scratchDirectory("lumadisc-fuzz-ctl", true));
         g_fake.ram = static_cast<uint8_t*>(std::malloc(kRamSize));
         g_fake.api[LUMADISC_HOST_API_FIND_FUNCTION] = reinterpret_cast<void*>(&findFunction);
         g_fake.api[LUMADISC_HOST_API_REGISTER_SERVICE] = reinterpret_cast<void*>(&registerService);
@@ -168,21 +138,17 @@ void setUpOnce() {
     if (!ready) std::abort();
 }
 
-class Input {
-public:
-    Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-    bool empty() const { return at_ >= size_; }
-    uint8_t u8() { return at_ < size_ ? data_[at_++] : 0; }
+// The fuzzer's bytes, read front to back; zeros once they run out.
+struct Input {
+    const uint8_t* data;
+    size_t size, at = 0;
+    bool empty() const { return at >= size; }
+    uint8_t u8() { return at < size ? data[at++] : 0; }
     uint32_t u32() {
         uint32_t value = 0;
         for (int i = 0; i < 4; ++i) value |= static_cast<uint32_t>(u8()) << (8 * i);
         return value;
     }
-
-private:
-    const uint8_t* data_;
-    size_t size_;
-    size_t at_ = 0;
 };
 
 // Offsets in a record worth corrupting: the positions, the queues' counters, the step, the ticks.
@@ -227,33 +193,24 @@ void acknowledge() {
     g_fake.write(0, 0x1800);
 }
 
-void writeSeeds(const char* directory) {
-    const std::vector<std::vector<uint8_t>> seeds = {
+std::vector<fuzz::Seed> seeds() {
+    return {
         // Setloc 00:02:00, ReadN, fire, read the response, acknowledge, request data, DMA 585 words.
-        {5, 3, 0x00, 0x02, 0x00, 0x02, 2, 6, 1, 6, 5, 0, 0x06, 3, 4, 1, 1, 1, 6, 3, 4, 6, 0, 0x80, 4, 0,
-         0x00, 0x00, 0x10, 0x80, 0x49, 0x02, 0x00, 0x00},
+        {"seed0", {5, 3, 0x00, 0x02, 0x00, 0x02, 2, 6, 1, 6, 5, 0, 0x06, 3, 4, 1, 1, 1, 6, 3, 4, 6, 0, 0x80, 4, 0,
+                   0x00, 0x00, 0x10, 0x80, 0x49, 0x02, 0x00, 0x00}},
         // GetID, acknowledge, second step; Setmode 0x05 and report ticks.
-        {5, 0, 0x1A, 2, 6, 2, 1, 1, 5, 1, 0x05, 0x0E, 2, 6, 3, 7, 3, 7},
+        {"seed1", {5, 0, 0x1A, 2, 6, 2, 1, 1, 5, 1, 0x05, 0x0E, 2, 6, 3, 7, 3, 7}},
         // Save, corrupt the sector start and the step, load; then ports.
-        {7, 2, 0x84, 0x18, 0x8F, 0xFA, 1, 2, 1, 2, 1, 3, 4, 2, 1, 2, 3, 4, 0xFF, 0xFF, 0xFF, 0xFF, 0, 2, 0, 0},
+        {"seed2", {7, 2, 0x84, 0x18, 0x8F, 0xFA, 1, 2, 1, 2, 1, 3, 4, 2, 1, 2, 3, 4, 0xFF, 0xFF, 0xFF, 0xFF, 0, 2, 0, 0}},
         // Play track 0x99, Pause, Init, auto-pause mode with a read.
-        {5, 1, 0x02, 0x0E, 2, 6, 5, 1, 0x99, 0x03, 2, 6, 5, 0, 0x09, 3, 7, 6, 3, 7, 5, 0, 0x0A, 3, 9},
+        {"seed3", {5, 1, 0x02, 0x0E, 2, 6, 5, 1, 0x99, 0x03, 2, 6, 5, 0, 0x09, 3, 7, 6, 3, 7, 5, 0, 0x0A, 3, 9}},
     };
-    for (size_t i = 0; i < seeds.size(); ++i) {
-        std::ofstream(std::string(directory) + "/seed" + std::to_string(i), std::ios::binary)
-            .write(reinterpret_cast<const char*>(seeds[i].data()), static_cast<std::streamsize>(seeds[i].size()));
-    }
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    for (int i = 1; i + 1 < *argc; ++i) {
-        if (std::strcmp((*argv)[i], "--write-seeds") == 0) {
-            writeSeeds((*argv)[i + 1]);
-            std::exit(0);
-        }
-    }
+    fuzz::handleWriteSeeds(*argc, *argv, seeds);
     return 0;
 }
 
@@ -263,7 +220,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     g_fake.keys = 0;
     g_entries->LoadState(g_baseline.data());
 
-    Input in(data, size);
+    Input in{data, size};
     int firings = 0;
     for (int ops = 0; !in.empty() && ops < 2048; ++ops) {
         switch (in.u8() % 9) {

@@ -1,7 +1,6 @@
 // Feeds arbitrary bytes as an MDS descriptor to the descriptor parser, then asks the table every
 // question a host can. `fuzz_mds --write-seeds DIR` writes descriptors of a few discs into DIR.
 #include "formats/alcohol120.h"
-#include "tests/fuzz/fuzz_seed_layouts.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tools/fixtures/image_descriptions.h"
 

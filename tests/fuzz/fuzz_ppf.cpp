@@ -3,18 +3,10 @@
 // Each apply works on a sector with guard bytes around it, which must stay untouched.
 //
 // `fuzz_ppf --write-seeds DIR` writes a small seed corpus of generated patch files into DIR and exits.
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <climits>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <string>
-#include <vector>
 
 #include "formats/ppf_patch.h"
+#include "tests/fuzz/fuzz_support.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/ppf_patch.h"
 
@@ -24,54 +16,35 @@ using lumadisc::fixtures::PpfPatchBuilder;
 
 constexpr int64_t kSector = lumadisc::kRawSectorSize;
 
-std::vector<std::vector<uint8_t>> seedPatches() {
-    std::vector<std::vector<uint8_t>> seeds;
+std::vector<lumadisc::fuzz::Seed> seeds() {
     const auto records = [](PpfPatchBuilder builder) {
         builder.add(16 * kSector + 24, "\x01\x02\x03\x04").add(10 * kSector + 2340, std::string(30, 'x'));
         builder.add(-2, "ab").add(INT32_MAX, "cd");
         return builder;
     };
-    seeds.push_back(records(PpfPatchBuilder(1)).bytes());
-    seeds.push_back(records(PpfPatchBuilder(2)).bytes());
-    seeds.push_back(records(PpfPatchBuilder(2)).description("a described patch").bytes());
-    seeds.push_back(records(PpfPatchBuilder(3)).add(int64_t{1} << 40, "far").bytes());
-    seeds.push_back(records(PpfPatchBuilder(3)).blockCheck(1).description("described").bytes());
-    seeds.push_back(records(PpfPatchBuilder(2)).description("x").descriptionLengthField(-100).bytes());
-    return seeds;
+    const std::vector<uint8_t> patches[] = {
+        records(PpfPatchBuilder(1)).bytes(),
+        records(PpfPatchBuilder(2)).bytes(),
+        records(PpfPatchBuilder(2)).description("a described patch").bytes(),
+        records(PpfPatchBuilder(3)).add(int64_t{1} << 40, "far").bytes(),
+        records(PpfPatchBuilder(3)).blockCheck(1).description("described").bytes(),
+        records(PpfPatchBuilder(2)).description("x").descriptionLengthField(-100).bytes(),
+    };
+    std::vector<lumadisc::fuzz::Seed> result;
+    for (const auto& patch : patches) result.push_back({"patch" + std::to_string(result.size()) + ".ppf", patch});
+    return result;
 }
 
-bool writeSeeds(const char* directory) {
-    mkdir(directory, 0777);
-    const auto seeds = seedPatches();
-    for (size_t i = 0; i < seeds.size(); ++i) {
-        const std::string path = std::string(directory) + "/patch" + std::to_string(i) + ".ppf";
-        if (!lumadisc::fixtures::writeBytes(path, seeds[i], nullptr)) return false;
-    }
-    std::printf("%zu seeds written to %s\n", seeds.size(), directory);
-    return true;
-}
-
-std::string g_directory;
 std::string g_image;
 std::string g_patch;
-
-void removeScratch() {
-    unlink(g_patch.c_str());
-    rmdir(g_directory.c_str());
-}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
-    for (int i = 1; i + 1 < *argc; ++i) {
-        if (std::strcmp((*argv)[i], "--write-seeds") == 0) std::exit(writeSeeds((*argv)[i + 1]) ? 0 : 1);
-    }
-    char pattern[] = "/tmp/lumadisc-fuzz-ppf-XXXXXX";
-    if (mkdtemp(pattern) == nullptr) std::abort();
-    g_directory = pattern;
-    g_image = g_directory + "/disc.cue";
-    g_patch = g_directory + "/disc.ppf";
-    std::atexit(removeScratch);
+    lumadisc::fuzz::handleWriteSeeds(*argc, *argv, seeds);
+    const std::string directory = lumadisc::fuzz::scratchDirectory("lumadisc-fuzz-ppf");
+    g_image = directory + "/disc.cue";
+    g_patch = directory + "/disc.ppf";
     return 0;
 }
 

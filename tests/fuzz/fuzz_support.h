@@ -1,18 +1,21 @@
-// Shared by the description fuzz targets: the questions a host can ask of a track table, with
-// aborts on answers that break the table's rules, and the seed writer behind `--write-seeds DIR`.
+// Shared by the fuzz targets: the questions a host can ask of a track table, with aborts on answers
+// that break the table's rules, the seed writer behind `--write-seeds DIR`, and a scratch directory.
 #pragma once
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "disc/track_table.h"
+#include "tools/fixtures/image_builder.h"
 
 namespace lumadisc::fuzz {
 
@@ -30,6 +33,20 @@ inline void checkTable(const TrackTable& table, bool alwaysData) {
         if ((result == 0) != (track < rows)) std::abort();
         if (result != 0 && (td[0] | td[1] | td[2]) != 0) std::abort();
     }
+}
+
+// Track layouts the description fuzz targets start from.
+inline std::vector<fixtures::TrackLayout> seedLayouts() {
+    fixtures::ImageBuilder single;
+    single.addDataTrack(300);
+    fixtures::ImageBuilder mixed;
+    mixed.addDataTrack(300).addAudioTrack(200, {}, 150).addAudioTrack(100);
+    fixtures::ImageBuilder audioFirst;
+    audioFirst.addAudioTrack(20).addDataTrack(30);
+    fixtures::ImageBuilder many;
+    many.addDataTrack(4600);
+    for (int i = 0; i < 98; ++i) many.addAudioTrack(40 + i, {}, i % 2 ? 75 : 0);
+    return {single.layout(), mixed.layout(), audioFirst.layout(), many.layout()};
 }
 
 using Seed = std::pair<std::string, std::vector<uint8_t>>;
@@ -53,6 +70,20 @@ void handleWriteSeeds(int argc, char** argv, MakeSeeds makeSeeds) {
     for (int i = 1; i + 1 < argc; ++i) {
         if (std::strcmp(argv[i], "--write-seeds") == 0) std::exit(writeSeeds(argv[i + 1], makeSeeds()) ? 0 : 1);
     }
+}
+
+// A fresh directory under $TMPDIR (or /tmp), removed at exit; the process works in it when `enter`.
+inline std::string scratchDirectory(const char* prefix, bool enter = false) {
+    static std::string path;
+    const char* tmp = std::getenv("TMPDIR");
+    std::string pattern = std::string(tmp && *tmp == '/' ? tmp : "/tmp") + "/" + prefix + "-XXXXXX";
+    if (mkdtemp(pattern.data()) == nullptr || (enter && chdir(pattern.c_str()) != 0)) std::abort();
+    path = pattern;
+    std::atexit([] {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    });
+    return path;
 }
 
 }  // namespace lumadisc::fuzz

@@ -1,7 +1,6 @@
 // Feeds arbitrary bytes as a full-TOC file to its parser, then asks the table every question a host
 // can. `fuzz_toc --write-seeds DIR` writes the TOCs of a few discs into DIR.
 #include "formats/cdrdao.h"
-#include "tests/fuzz/fuzz_seed_layouts.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tools/fixtures/image_descriptions.h"
 

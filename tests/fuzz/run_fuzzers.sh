@@ -65,6 +65,19 @@ EOF
         printf '\000\030\001\001\001\020\000\242\000\000\000\000\000\004\000\001\024\000\001\000\000\000\000\000\002\000' \
             >"$dir/one.toc"
         ;;
+    fuzz_xa)
+        # Records of a control byte and a sector from its subheader on: a first sector decoded directly
+        # (mono, 37800 Hz), and one through the hand-off with XA on (stereo, 18900 Hz); 18 sound groups
+        # whose units all use filter 1 (2 in the second), range 4, nibbles 7 and 1.
+        for seed in '\002 \000 \024 \027 mono' '\301 \005 \044 \161 stereo'; do
+            set -- $seed
+            { printf "$1\001\001\144$2\001\001\144$2"
+              for group in $(seq 18); do
+                  head -c 16 /dev/zero | tr '\0' "$3"
+                  head -c 112 /dev/zero | tr '\0' "$4"
+              done; } >"$dir/$5.xa"
+        done
+        ;;
     esac
 }
 

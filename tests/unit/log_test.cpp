@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -28,19 +27,6 @@ protected:
     unit::ScratchDirectory scratch_;
 };
 
-TEST_F(LogTest, OffOpensNothingAndLeavesTheFileAlone) {
-    g_settings.enablelogging = 0;
-    EXPECT_EQ(logOpen(kLog), 0);
-    EXPECT_FALSE(logIsOpen());
-    EXPECT_FALSE(unit::fileExists(kLog));
-
-    unit::writeWholeFile(kLog, "earlier run\n");
-    EXPECT_EQ(logOpen(kLog), 0);
-    logWrite(0, "[CDR] Shutdown()\n");
-    logWrite(-1, "[CDR] Shutdown()\n");
-    EXPECT_EQ(unit::readWholeFile(kLog), "earlier run\n");
-}
-
 TEST_F(LogTest, OnlyLevelsBelowTheThresholdAreWritten) {
     ASSERT_EQ(logOpen(kLog), 0);
     EXPECT_TRUE(logIsOpen());
@@ -55,16 +41,6 @@ TEST_F(LogTest, OnlyLevelsBelowTheThresholdAreWritten) {
     EXPECT_FALSE(logIsOpen());
     logWrite(-5, "closed\n");
     EXPECT_EQ(unit::readWholeFile(kLog), "[CDR] Shutdown()\n[CDR] CCdRead::setLoc(4350).\n");
-}
-
-TEST_F(LogTest, EachOpeningTruncates) {
-    ASSERT_EQ(logOpen(kLog), 0);
-    logWrite(0, "first open\n");
-    logClose();
-    ASSERT_EQ(logOpen(kLog), 0);
-    logWrite(0, "second open\n");
-    logClose();
-    EXPECT_EQ(unit::readWholeFile(kLog), "second open\n");
 }
 
 TEST_F(LogTest, LongMessagesAreCut) {

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -29,13 +28,7 @@ struct Guarded {
 };
 
 TEST(Paths, ReplaceExtension) {
-    struct Case {
-        const char* path;
-        size_t capacity;
-        const char* extension;
-        int result;
-        const char* expected;
-    };
+    struct Case { const char* path; size_t capacity; const char* extension; int result; const char* expected; };
     const Case cases[] = {
         {"C:\\games\\disc.cue", 32, ".bin", 0, "C:\\games\\disc.bin"},
         {"C:\\my.games\\disc", 32, ".sub", 0, "C:\\my.sub"},  // the last dot is in the directory
@@ -55,13 +48,7 @@ TEST(Paths, ReplaceExtension) {
 }
 
 TEST(Paths, TrailingBackslash) {
-    struct Case {
-        const char* path;
-        size_t capacity;
-        int result;
-        const char* added;
-        const char* dropped;
-    };
+    struct Case { const char* path; size_t capacity; int result; const char* added; const char* dropped; };
     const Case cases[] = {
         {"", 4, 0, "\\", ""},
         {"C:\\images", 16, 0, "C:\\images\\", "C:\\images"},
@@ -83,11 +70,7 @@ TEST(Paths, TrailingBackslash) {
 }
 
 TEST(Paths, CutToDirectoryAndFileName) {
-    struct Case {
-        const char* path;
-        const char* directory;
-        const char* fileName;
-    };
+    struct Case { const char* path; const char* directory; const char* fileName; };
     const Case cases[] = {
         {"C:\\images\\a.iso", "C:\\images\\", "a.iso"},
         {"a.iso", "", "a.iso"},
@@ -108,26 +91,11 @@ TEST(Paths, CutToDirectoryAndFileName) {
     }
 }
 
-TEST(Paths, CaseInsensitiveSearch) {
+TEST(Paths, CaseInsensitiveEnding) {
     EXPECT_EQ(endsWithNoCase("DISC.CUE", ".cue"), 1);
     EXPECT_EQ(endsWithNoCase("cue", ".cue"), 0);
     EXPECT_EQ(endsWithNoCase("disc.cue", ""), 0);
     EXPECT_EQ(endsWithNoCase("disc.cue", "disc.cue"), 1);
-    EXPECT_EQ(findNoCase("C:\\Images\\Game.CUE", "game"), 10);
-    EXPECT_EQ(findNoCase("abc", ""), 0);
-    EXPECT_EQ(findNoCase("", ""), -1);
-    EXPECT_EQ(findNoCase("ab", "abc"), -1);
-    EXPECT_EQ(findNoCase("abcabc", "CA"), 2);
-}
-
-TEST(Paths, TempDirectoryFromTmp) {
-    const char* saved = std::getenv("TMP");
-    const std::string previous = saved != nullptr ? saved : "";
-    unsetenv("TMP");
-    EXPECT_STREQ(tempDirectory(), "/tmp");
-    setenv("TMP", std::string(5000, 'x').c_str(), 1);
-    EXPECT_EQ(std::strlen(tempDirectory()), kPathCapacity - 1);
-    saved != nullptr ? setenv("TMP", previous.c_str(), 1) : unsetenv("TMP");
 }
 
 TEST(Paths, MakeDirectories) {
@@ -160,7 +128,6 @@ TEST(Paths, SleepTruncatesToMilliseconds) {
     EXPECT_GE(timed(0.05), 0.05);
     // Requests below one millisecond, negative or NaN return at once (generous bound for busy hosts).
     EXPECT_LT(timed(0.0009) + timed(-1.0) + timed(std::nan("")), 0.5);
-    EXPECT_GT(processId(), 0);
 }
 
 }  // namespace

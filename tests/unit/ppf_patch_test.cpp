@@ -23,11 +23,7 @@ constexpr int64_t kSector = kRawSectorSize;
 constexpr const char* kNoPatch = "[CDR] Error: patchfile is no ppf patch.\n";
 constexpr const char* kUnknownType = "[CDR] error: unknown ppf type.\n";
 
-struct Write {
-    Lba lba;
-    int start;
-    Bytes bytes;
-};
+struct Write { Lba lba; int start; Bytes bytes; };
 struct Record {
     int64_t offset;
     Bytes bytes;
@@ -49,11 +45,7 @@ const std::vector<Record> kRecords = {
 };
 const std::vector<Lba> kCheckedSectors = {INT32_MIN, -913046, -1, 0, 15, 16, 17, 18, 19, 913045, INT32_MAX};
 
-struct Variant {
-    int version;
-    uint8_t blockCheck;
-    bool description;
-};
+struct Variant { int version; uint8_t blockCheck; bool description; };
 const Variant kVariants[] = {{1, 0, false}, {2, 0, false}, {2, 0, true}, {3, 0, false}, {3, 1, false}, {3, 7, true}};
 
 class PpfPatchTest : public ::testing::Test {

@@ -1,10 +1,12 @@
+// The settings file, and the catalogue, the recent list and the pool of lists it fills.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
 #include <cstring>
-#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "config/settings.h"
 #include "formats/catalogue.h"
@@ -39,19 +41,6 @@ std::string keyLine(const std::string& key, const std::string& value) {
     return key + std::string(key.size() < 30 ? 30 - key.size() : 0, ' ') + " = " + value + "\n";
 }
 
-TEST_F(SettingsTest, MissingFileGivesTheBuiltInDefaults) {
-    Settings s;
-    std::memset(&s, 0x5A, sizeof s);
-    EXPECT_EQ(settingsLoad(&s), -1);
-    EXPECT_STREQ(s.hotKeys[kHotKeyConfigDialog][0], "0110004436");
-    EXPECT_STREQ(s.hotKeys[kHotKeyCoverOpen][0], "0110004b");
-    EXPECT_STREQ(s.hotKeys[kHotKeyCoverClose][0], "0110004c");
-    EXPECT_STREQ(s.hotKeys[kHotKeyCdSwapping][0], "0110005f");
-    EXPECT_STREQ(s.hotKeys[kHotKeyConfigDialog][1], "");
-    EXPECT_STREQ(s.current, "");
-    EXPECT_EQ(s.cachinglevel, 20000);
-}
-
 TEST_F(SettingsTest, SaveWritesEveryKeyInOrder) {
     Settings s;
     settingsDefaults(&s);
@@ -77,9 +66,6 @@ TEST_F(SettingsTest, SaveWritesEveryKeyInOrder) {
                 keyLine("savesettingsonexit", "false") + keyLine("dialogx", "100") + keyLine("dialogy", "100") +
                 keyLine("dialogw", "100") + keyLine("dialogh", "100") + keyLine("language", "en_EN.utf-8") + "\n\n";
     EXPECT_EQ(savedText(), expected);
-    // Spelled out once: 30 columns of key, " = ", the value, no quotes.
-    EXPECT_EQ(savedText().substr(0, 16), "\n[cd selection]\n");
-    EXPECT_NE(savedText().find("\nplaycdxa                       = true\n"), std::string::npos);
 }
 
 TEST_F(SettingsTest, SaveThenLoadGivesTheSameRecord) {
@@ -126,13 +112,7 @@ TEST_F(SettingsTest, SaveThenLoadGivesTheSameRecord) {
 }
 
 TEST_F(SettingsTest, ValuesAreReadTheLibraryWayAndClamped) {
-    struct Case {
-        const char* section;
-        const char* key;
-        const char* value;
-        std::function<int32_t(const Settings&)> field;
-        int32_t expected;
-    };
+    struct Case { const char* section; const char* key; const char* value; int32_t Settings::*field; int32_t expected; };
     const Case cases[] = {
         {"cdrom property", "playcdda", "yes", &Settings::playcdda, 1},
         {"cdrom property", "playcdda", "maybe", &Settings::playcdda, 1},  // not a flag: default
@@ -161,7 +141,7 @@ TEST_F(SettingsTest, ValuesAreReadTheLibraryWayAndClamped) {
         writeSettings(std::string("[") + c.section + "]\n" + c.key + " = " + c.value + "\n");
         Settings s;
         ASSERT_EQ(settingsLoad(&s), 0);
-        EXPECT_EQ(c.field(s), c.expected);
+        EXPECT_EQ(s.*c.field, c.expected);
     }
 }
 
@@ -197,26 +177,31 @@ TEST_F(SettingsTest, ListsStopAtTheFirstGapAndKeepTwentyOneRecent) {
     EXPECT_EQ(catalogueDirCount(), 2);  // case matters
     ASSERT_EQ(recentCount(), kRecentMax);
     EXPECT_STREQ(recentItem(20), "/r20");
+    EXPECT_EQ(recentItem(21), nullptr);
 
     ASSERT_EQ(settingsSave(&s), 0);
     EXPECT_NE(savedText().find("\n20                             = /r20\n"), std::string::npos);
     EXPECT_EQ(savedText().find("\n21 "), std::string::npos);
 }
 
-TEST_F(SettingsTest, ALineOverTheLibraryLimitRejectsTheWholeFile) {
+// The defaults are the record SaveWritesEveryKeyInOrder spells out.
+TEST_F(SettingsTest, AMissingFileOrALineOverTheLibraryLimitGivesTheDefaults) {
+    Settings defaults, s;
+    settingsDefaults(&defaults);
+    std::memset(&s, 0x5A, sizeof s);
+    EXPECT_EQ(settingsLoad(&s), -1);
+    EXPECT_EQ(std::memcmp(&s, &defaults, sizeof s), 0);
+
     const std::string head = "[misc]\nenablelogging = true\n[cd selection]\n";
     const std::string prefix = "current = ";
     writeSettings(head + prefix + std::string(1022 - prefix.size(), 'p') + "\n");
-    Settings s;
     ASSERT_EQ(settingsLoad(&s), 0);
     EXPECT_EQ(std::strlen(s.current), 1022 - prefix.size());
     EXPECT_EQ(s.enablelogging, 1);
 
-    writeSettings(head + prefix + std::string(1023 - prefix.size(), 'p') + "\n");
+    writeSettings(head + prefix + std::string(1023 - prefix.size(), 'p') + "\n");  // rejects the whole file
     EXPECT_EQ(settingsLoad(&s), -1);
-    EXPECT_STREQ(s.current, "");
-    EXPECT_EQ(s.enablelogging, 0);
-    EXPECT_STREQ(s.hotKeys[kHotKeyCoverOpen][0], "0110004b");
+    EXPECT_EQ(std::memcmp(&s, &defaults, sizeof s), 0);
 }
 
 TEST_F(SettingsTest, WithoutTheConfigsDirectoryNothingIsWritten) {
@@ -225,6 +210,154 @@ TEST_F(SettingsTest, WithoutTheConfigsDirectoryNothingIsWritten) {
     settingsDefaults(&s);
     EXPECT_EQ(settingsSave(&s), 0);
     EXPECT_FALSE(unit::fileExists("configs"));
+}
+
+// The catalogue and the recent list the settings file carries, handled directly.
+class CatalogueTest : public SettingsTest {
+protected:
+    static void addEntry(const char* path) {
+        std::string copy(path);
+        catalogueAddEntry(copy.data());
+    }
+    // (directory, file name) pairs in list order.
+    static std::vector<std::pair<std::string, std::string>> entries() {
+        std::vector<std::pair<std::string, std::string>> out;
+        for (int i = 0; i < catalogueEntryCount(); ++i) out.emplace_back(catalogueEntry(i)->directory, catalogueEntry(i)->fileName);
+        return out;
+    }
+    static std::vector<std::string> dirs() {
+        std::vector<std::string> out;
+        for (int i = 0; i < catalogueDirCount(); ++i) out.emplace_back(catalogueDir(i));
+        return out;
+    }
+};
+
+using Entries = std::vector<std::pair<std::string, std::string>>;
+
+TEST_F(CatalogueTest, EntriesSplitAtTheLastBackslashWithoutDuplicates) {
+    struct Case { std::vector<const char*> added; Entries expected; };
+    const Case cases[] = {
+        {{"C:\\images\\game.cue", "C:\\images\\game.cue\\"}, {{"C:\\images\\", "game.cue"}}},
+        {{"D:\\"}, {{"", "D:"}}},
+        {{"game.cue", "\\game.cue"}, {{"", "game.cue"}, {"\\", "game.cue"}}},
+        {{"C:\\a\\x.cue", "C:\\A\\x.cue", "C:\\a\\x.cue"}, {{"C:\\a\\", "x.cue"}, {"C:\\A\\", "x.cue"}}},
+        {{"\\", ""}, {{"", ""}}},
+    };
+    for (const Case& c : cases) {
+        catalogueClear();
+        for (const char* path : c.added) addEntry(path);
+        EXPECT_EQ(entries(), c.expected) << c.added.front();
+    }
+    char path[] = "C:\\images\\";
+    catalogueAddEntry(path);
+    EXPECT_STREQ(path, "C:\\images");  // the caller's text loses its trailing backslash
+}
+
+TEST_F(CatalogueTest, DirectoriesEndInABackslashWithoutExactDuplicates) {
+    catalogueAddDir("C:\\images");
+    catalogueAddDir("C:\\images\\");
+    catalogueAddDir("C:\\Images");
+    catalogueAddDir("");
+    EXPECT_EQ(dirs(), (std::vector<std::string>{"C:\\images\\", "C:\\Images\\", "\\"}));
+    EXPECT_EQ(catalogueDir(3), nullptr);
+    EXPECT_EQ(catalogueDir(-1), nullptr);
+    EXPECT_EQ(catalogueEntry(0), nullptr);
+    catalogueClear();
+    EXPECT_EQ(catalogueDirCount(), 0);
+}
+
+TEST_F(CatalogueTest, WithoutListsNothingIsKeptOrLeaked) {
+    recentShutdown();
+    catalogueShutdown();
+    addEntry("C:\\a.cue");
+    recentAdd(strdup("/disc"));  // taken over and freed
+    EXPECT_EQ(catalogueEntryCount(), 0);
+    EXPECT_EQ(recentCount(), 0);
+
+    // A full pool: init reports 1.
+    std::vector<int> lists;
+    for (int list; (list = listCreate(nullptr)) != -1;) lists.push_back(list);
+    EXPECT_EQ(catalogueInit(), 1);
+    EXPECT_EQ(recentInit(), 1);
+    listDestroy(&lists.back());
+    listDestroy(&lists.front());
+    EXPECT_EQ(recentInit(), 0);
+    EXPECT_EQ(catalogueInit(), 1);  // one list short
+}
+
+TEST_F(CatalogueTest, InitAgainStartsOverWithEmptyLists) {
+    addEntry("C:\\a.cue");
+    recentAdd(strdup("/disc"));
+    ASSERT_EQ(catalogueInit(), 0);
+    ASSERT_EQ(recentInit(), 0);
+    EXPECT_EQ(catalogueEntryCount(), 0);
+    EXPECT_EQ(recentCount(), 0);
+}
+
+// The pool of lists behind the catalogue and the recent list.
+// Elements are small integers stored in the pointer itself; the destructor counts releases.
+int g_released = 0;
+void countRelease(void*) { ++g_released; }
+void* item(intptr_t value) { return reinterpret_cast<void*>(value); }
+intptr_t value(void* element) { return reinterpret_cast<intptr_t>(element); }
+
+// Only what the catalogue uses: create, destroy, append, clear, cursorTo, element, count.
+class ListPoolTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        listPoolInit();
+        g_released = 0;
+    }
+    void TearDown() override { listPoolShutdown(); }
+
+    int makeList(std::initializer_list<intptr_t> values) {
+        const int list = listCreate(countRelease);
+        for (intptr_t v : values) listAppend(list, item(v));
+        return list;
+    }
+};
+
+TEST_F(ListPoolTest, PoolExhaustionAndHandleReuse) {
+    std::vector<int> handles;
+    for (int i = 0; i < kListSlots; ++i) handles.push_back(listCreate(nullptr));
+    EXPECT_EQ(handles.front(), 0);
+    EXPECT_EQ(handles.back(), kListSlots - 1);
+    EXPECT_EQ(listCreate(nullptr), -1);
+
+    int victim = handles[7];
+    listDestroy(&victim);
+    EXPECT_EQ(victim, -1);
+    int none = -1;
+    int stale = handles[7];
+    listDestroy(&none);   // ignored
+    listDestroy(&stale);  // names a free slot: ignored, handle kept
+    EXPECT_EQ(stale, 7);
+    EXPECT_EQ(listCreate(nullptr), 7);
+}
+
+TEST_F(ListPoolTest, CursorStopsAtTheEnds) {
+    const int list = makeList({10, 20, 30});
+    EXPECT_EQ(value(listElement(list)), 10);  // the first node becomes the cursor
+    listCursorTo(list, 1);
+    EXPECT_EQ(value(listElement(list)), 20);
+    listCursorTo(list, 99);
+    EXPECT_EQ(value(listElement(list)), 30);
+    EXPECT_EQ(listCount(list), 3);
+    const int empty = listCreate(nullptr);
+    EXPECT_EQ(listElement(empty), nullptr);
+    EXPECT_EQ(listCount(empty), 0);
+}
+
+TEST_F(ListPoolTest, ElementsAreReleasedExactlyOnce) {
+    const int list = makeList({1, 2, 3});
+    listClear(list);
+    EXPECT_EQ(g_released, 3);
+    EXPECT_EQ(listCount(list), 0);
+    makeList({5, 6});
+    listPoolShutdown();
+    EXPECT_EQ(g_released, 5);
+    listClear(list);  // a handle of the old pool is ignored
+    EXPECT_EQ(g_released, 5);
 }
 
 }  // namespace
