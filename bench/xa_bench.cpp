@@ -20,6 +20,7 @@
 #include <system_error>
 #include <vector>
 
+#include "bench/bench_options.h"
 #include "host/console_driver.h"
 #include "host/console_host.h"
 #include "host/scratch_dir.h"
@@ -35,39 +36,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kDistinctSectors = 150;  // encoded once (two seconds), repeated over the track
 
-struct Options {
-    std::string plugin;
-    int32_t sectors = 20000;
-    int rounds = 3;
-};
-
-std::string besideExecutable(const std::string& name) {
-    std::error_code error;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (error ? std::string(".") : self.parent_path().string()) + "/" + name;
-}
-
-bool parseOptions(int argc, char** argv, Options* options) {
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        if ((word == "--sectors" || word == "--rounds") && i + 1 < argc) {
-            const long value = std::strtol(argv[++i], nullptr, 10);
-            if (value < 1) return false;
-            if (word == "--sectors") options->sectors = static_cast<int32_t>(value);
-            else options->rounds = static_cast<int>(value);
-        } else if (word.starts_with("-")) {
-            return false;
-        } else {
-            options->plugin = word;
-        }
-    }
-    if (options->plugin.empty()) {
-        const char* env = std::getenv("LUMADISC_PLUGIN");
-        options->plugin = env && *env ? env : besideExecutable("liblumadisc.so");
-    }
-    options->plugin = host::absolutePath(options->plugin);
-    return true;
-}
+using bench::Options;
+using bench::parseOptions;
 
 double seconds(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
@@ -114,6 +84,7 @@ double ffmpegSeconds(const std::string& raw) {
 
 int main(int argc, char** argv) {
     Options options;
+    options.sectors = 20000;
     if (!parseOptions(argc, argv, &options)) {
         std::fprintf(stderr, "usage: xa_bench [PLUGIN] [--sectors N] [--rounds R]\n");
         return 2;
