@@ -107,12 +107,6 @@ std::string bootFile(const std::string& systemCnf) {
     return {};
 }
 
-std::string resolvePlugin(const CommonOptions& options) {
-    if (!options.plugin.empty()) return options.plugin;
-    if (const char* env = std::getenv("LUMADISC_PLUGIN"); env && *env) return env;
-    return toolDirectory() + "/liblumadisc.so";
-}
-
 // Reads `size` bytes of a file (at most kMaxSectorsPerFile sectors) through Setloc, ReadN and DMA.
 std::vector<uint8_t> readFile(ConsoleDriver& driver, const char* what, int32_t lba, uint32_t size) {
     const int count = std::clamp<int>(static_cast<int>((size + kSectorBytes - 1) / kSectorBytes), 1,
@@ -149,40 +143,13 @@ int runBoot(const CommonOptions& options, const Arguments& arguments) {
         }
     }
 
-    auto scratch = std::make_unique<host::ScratchDir>("lumadisc");
-    if (!scratch->ok()) {
-        std::fprintf(stderr, "lumadisc: cannot create a scratch directory\n");
-        return kExitFailure;
-    }
-    if (disc.empty()) {
-        disc = toolDirectory() + "/demo/demo.cue";
-        if (!std::filesystem::exists(disc)) {
-            std::string error;
-            if (!fixtures::writeDemoDisc(scratch->file("demo"), &error)) {
-                std::fprintf(stderr, "lumadisc: cannot write the demo disc: %s\n", error.c_str());
-                return kExitFailure;
-            }
-            disc = scratch->file("demo/demo.cue");
-        }
-    } else if (disc.find('.') != std::string::npos && disc != "No CD (bios shell)") {
-        const std::string given = disc;
-        disc = host::absolutePath(disc);
-        if (!std::filesystem::exists(disc)) {
-            std::fprintf(stderr, "lumadisc: %s: no such file\n", given.c_str());
-            return kExitFailure;
-        }
-    }
-    fixtures::PluginIni settings;
-    settings.current = disc;
-    settings.enableLogging = options.log;
-    settings.caching = !options.noCache;
-    std::string error;
-    if (!fixtures::writePluginIni(scratch->path(), settings, &error)) {
-        std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
-        return kExitFailure;
-    }
+    PreparedRun run;
+    if (!prepareRun(disc, &run)) return kExitFailure;
+    auto& scratch = run.scratch;
+    disc = run.disc;
+    if (!writeSettings(*scratch, commonSettings(options, disc))) return kExitFailure;
 
-    const std::string plugin = resolvePlugin(options);
+    const std::string plugin = pluginPath(options);
     auto console = std::make_unique<ConsoleHost>();
     for (const std::string& name : withheld) console->withhold(name);
     if (!console->load(plugin)) {

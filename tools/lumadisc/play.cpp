@@ -106,31 +106,14 @@ std::string clockText(double seconds) {
 int runPlay(const CommonOptions& options, const Arguments& arguments) {
     PlayOptions play;
     if (const int code = parse(arguments, &play); code != kExitOk) return code;
-    std::string disc = play.disc;
-    if (disc.find('.') != std::string::npos && disc != "No CD (bios shell)") {
-        disc = host::absolutePath(disc);
-        if (!std::filesystem::exists(disc)) {
-            std::fprintf(stderr, "lumadisc: %s: no such file\n", play.disc.c_str());
-            return kExitFailure;
-        }
-    }
-
-    host::ScratchDir scratch("lumadisc");
-    if (!scratch.ok()) {
-        std::fprintf(stderr, "lumadisc: cannot create a scratch directory\n");
-        return kExitFailure;
-    }
-    fixtures::PluginIni settings;
-    settings.current = disc;
-    settings.enableLogging = options.log;
-    settings.caching = !options.noCache;
+    PreparedRun run;
+    if (!prepareRun(play.disc, &run)) return kExitFailure;
+    host::ScratchDir& scratch = *run.scratch;
+    const std::string disc = run.disc;
+    fixtures::PluginIni settings = commonSettings(options, disc);
     settings.playCdda = true;
     settings.extra.push_back({"cdrom property", {"cddavolumelevel", std::to_string(play.volume)}});
-    std::string error;
-    if (!fixtures::writePluginIni(scratch.path(), settings, &error)) {
-        std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
-        return kExitFailure;
-    }
+    if (!writeSettings(scratch, settings)) return kExitFailure;
     std::string wav;
     if (!play.wav.empty()) {
         wav = host::absolutePath(play.wav);
@@ -141,11 +124,7 @@ int runPlay(const CommonOptions& options, const Arguments& arguments) {
         }
     }
 
-    std::string plugin = options.plugin;
-    if (plugin.empty()) {
-        const char* env = std::getenv("LUMADISC_PLUGIN");
-        plugin = env && *env ? env : toolDirectory() + "/liblumadisc.so";
-    }
+    const std::string plugin = pluginPath(options);
     host::ClassicHost host;
     if (!host.load(plugin)) {
         std::fprintf(stderr, "lumadisc: cannot load the plugin %s: %s\n", plugin.c_str(), host.error().c_str());

@@ -26,13 +26,56 @@ bool endsWith(const std::string& text, const std::string& suffix) {
     return true;
 }
 
+}  // namespace
+
 std::string pluginPath(const CommonOptions& options) {
     if (!options.plugin.empty()) return options.plugin;
     if (const char* env = std::getenv("LUMADISC_PLUGIN"); env && *env) return env;
     return toolDirectory() + "/liblumadisc.so";
 }
 
-}  // namespace
+bool prepareRun(const std::string& given, PreparedRun* run) {
+    run->scratch = std::make_unique<host::ScratchDir>("lumadisc");
+    if (!run->scratch->ok()) {
+        std::fprintf(stderr, "lumadisc: cannot create a scratch directory\n");
+        return false;
+    }
+    if (given.empty()) {
+        run->disc = toolDirectory() + "/demo/demo.cue";
+        if (!std::filesystem::exists(run->disc)) {
+            std::string error;
+            if (!fixtures::writeDemoDisc(run->scratch->file("demo"), &error)) {
+                std::fprintf(stderr, "lumadisc: cannot write the demo disc: %s\n", error.c_str());
+                return false;
+            }
+            run->disc = run->scratch->file("demo/demo.cue");
+        }
+    } else if (given.find('.') != std::string::npos && given != "No CD (bios shell)") {
+        run->disc = host::absolutePath(given);
+        if (!std::filesystem::exists(run->disc)) {
+            std::fprintf(stderr, "lumadisc: %s: no such file\n", given.c_str());
+            return false;
+        }
+    } else {
+        run->disc = given;
+    }
+    return true;
+}
+
+fixtures::PluginIni commonSettings(const CommonOptions& options, const std::string& disc) {
+    fixtures::PluginIni settings;
+    settings.current = disc;
+    settings.enableLogging = options.log;
+    settings.caching = !options.noCache;
+    return settings;
+}
+
+bool writeSettings(const host::ScratchDir& scratch, const fixtures::PluginIni& settings) {
+    std::string error;
+    if (fixtures::writePluginIni(scratch.path(), settings, &error)) return true;
+    std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
+    return false;
+}
 
 std::string toolDirectory() {
     std::error_code error;
@@ -55,41 +98,14 @@ Session::~Session() { finish(); }
 
 int Session::start(const CommonOptions& options, const std::string& disc) {
     options_ = options;
-    scratch_ = std::make_unique<host::ScratchDir>("lumadisc");
-    if (!scratch_->ok()) {
-        std::fprintf(stderr, "lumadisc: cannot create a scratch directory\n");
-        return kExitFailure;
-    }
-    if (disc.empty()) {
-        disc_ = toolDirectory() + "/demo/demo.cue";
-        if (!std::filesystem::exists(disc_)) {
-            std::string error;
-            if (!fixtures::writeDemoDisc(scratch_->file("demo"), &error)) {
-                std::fprintf(stderr, "lumadisc: cannot write the demo disc: %s\n", error.c_str());
-                return kExitFailure;
-            }
-            disc_ = scratch_->file("demo/demo.cue");
-        }
-    } else if (disc.find('.') != std::string::npos && disc != "No CD (bios shell)") {
-        disc_ = host::absolutePath(disc);
-        if (!std::filesystem::exists(disc_)) {
-            std::fprintf(stderr, "lumadisc: %s: no such file\n", disc.c_str());
-            return kExitFailure;
-        }
-    } else {
-        disc_ = disc;
-    }
-
-    fixtures::PluginIni settings;
-    settings.current = disc_;
-    settings.enableLogging = options.log;
-    settings.caching = !options.noCache;
+    PreparedRun run;
+    const bool prepared = prepareRun(disc, &run);
+    scratch_ = std::move(run.scratch);
+    if (!prepared) return kExitFailure;
+    disc_ = run.disc;
+    fixtures::PluginIni settings = commonSettings(options, disc_);
     settings.playCdda = false;  // the reading commands play no CD audio and open no sound device
-    std::string error;
-    if (!fixtures::writePluginIni(scratch_->path(), settings, &error)) {
-        std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
-        return kExitFailure;
-    }
+    if (!writeSettings(*scratch_, settings)) return kExitFailure;
     const std::string plugin = pluginPath(options);
     if (!host_.load(plugin)) {
         std::fprintf(stderr, "lumadisc: cannot load the plugin %s: %s\n", plugin.c_str(), host_.error().c_str());

@@ -7,6 +7,7 @@
 
 #include "host/classic_host.h"
 #include "host/scratch_dir.h"
+#include "tools/fixtures/ini_file.h"
 
 namespace lumadisc::tool {
 
@@ -20,6 +21,22 @@ enum ExitCode { kExitOk = 0, kExitFailure = 1, kExitUsage = 2 };
 
 // The directory the tool's executable lives in.
 std::string toolDirectory();
+// The plugin library: --plugin, else $LUMADISC_PLUGIN, else liblumadisc.so beside the tool.
+std::string pluginPath(const CommonOptions& options);
+
+// A scratch working directory and the disc the plugin is to open in it.
+struct PreparedRun {
+    std::unique_ptr<host::ScratchDir> scratch;
+    std::string disc;
+};
+// Makes the scratch directory and resolves the disc: empty is the demo disc (written into the
+// scratch directory when the build's is missing), an image or executable path becomes absolute and
+// must exist, a drive name or "No CD (bios shell)" stays as given. False after saying why.
+bool prepareRun(const std::string& given, PreparedRun* run);
+// The settings every command starts from: the disc, --log and --no-cache.
+fixtures::PluginIni commonSettings(const CommonOptions& options, const std::string& disc);
+// Writes the settings into the scratch directory; false after saying why.
+bool writeSettings(const host::ScratchDir& scratch, const fixtures::PluginIni& settings);
 // The kind the plugin will choose for a disc path, in words.
 std::string discKindName(const std::string& disc);
 

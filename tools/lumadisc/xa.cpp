@@ -88,12 +88,6 @@ int parseArguments(const Arguments& arguments, XaOptions* options) {
     return kExitOk;
 }
 
-std::string pluginPath(const CommonOptions& options) {
-    if (!options.plugin.empty()) return options.plugin;
-    if (const char* env = std::getenv("LUMADISC_PLUGIN"); env && *env) return env;
-    return toolDirectory() + "/liblumadisc.so";
-}
-
 std::vector<uint8_t> setlocParameters(const Msf& msf) {
     return {host::toBcd(msf.minute), host::toBcd(msf.second), host::toBcd(msf.frame)};
 }
@@ -169,30 +163,14 @@ int runXa(const CommonOptions& options, const Arguments& arguments) {
         std::fputs(kUsageLine, stderr);
         return kExitUsage;
     }
-    std::string disc = xa.disc;
-    if (disc.find('.') != std::string::npos && disc != "No CD (bios shell)") {
-        disc = host::absolutePath(disc);
-        if (!std::filesystem::exists(disc)) {
-            std::fprintf(stderr, "lumadisc: %s: no such file\n", xa.disc.c_str());
-            return kExitFailure;
-        }
-    }
     const std::string wavPath = host::absolutePath(xa.wav);
-    auto scratch = std::make_unique<host::ScratchDir>("lumadisc");
-    if (!scratch->ok()) {
-        std::fprintf(stderr, "lumadisc: cannot create a scratch directory\n");
-        return kExitFailure;
-    }
-    fixtures::PluginIni settings;
-    settings.current = disc;
-    settings.enableLogging = options.log;
-    settings.caching = !options.noCache;
+    PreparedRun run;
+    if (!prepareRun(xa.disc, &run)) return kExitFailure;
+    auto& scratch = run.scratch;
+    const std::string disc = run.disc;
+    fixtures::PluginIni settings = commonSettings(options, disc);
     settings.playCdda = false;
-    std::string error;
-    if (!fixtures::writePluginIni(scratch->path(), settings, &error)) {
-        std::fprintf(stderr, "lumadisc: %s\n", error.c_str());
-        return kExitFailure;
-    }
+    if (!writeSettings(*scratch, settings)) return kExitFailure;
     const std::string plugin = pluginPath(options);
     auto console = std::make_unique<ConsoleHost>();
     console->setCddaRecorder(0, 0);
