@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <system_error>
 
 #include "host/scratch_dir.h"
+#include "tools/fixtures/cue_image.h"
 
 namespace lumadisc::bench {
 
@@ -43,6 +45,28 @@ inline bool parseOptions(int argc, char** argv, Options* options) {
         options->plugin = env && *env ? env : besideExecutable("liblumadisc.so");
     }
     options->plugin = host::absolutePath(options->plugin);
+    return true;
+}
+
+// Prints what is measured and writes bench.cue + bench.bin of options.sectors data sectors into
+// scratch; false after saying why.
+inline bool writeBenchImage(const char* program, const Options& options, const host::ScratchDir& scratch,
+                            const fixtures::SectorWriter& content, fixtures::CueImage* image) {
+    if (!scratch.ok()) {
+        std::fprintf(stderr, "%s: cannot create a scratch directory\n", program);
+        return false;
+    }
+    std::printf("plugin:  %s\n", options.plugin.c_str());
+    std::printf("image:   %d sectors (%.1f MB) in %s\n", options.sectors,
+                options.sectors * double(kRawSectorSize) / 1e6, scratch.path().c_str());
+    std::fflush(stdout);
+    fixtures::CueImageBuilder builder;
+    builder.addDataTrack(options.sectors, content);
+    std::string error;
+    if (!builder.write(scratch.path(), "bench", image, &error)) {
+        std::fprintf(stderr, "%s: %s\n", program, error.c_str());
+        return false;
+    }
     return true;
 }
 

@@ -126,23 +126,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     host::ScratchDir scratch("lumadisc-bench");
-    if (!scratch.ok()) {
-        std::fprintf(stderr, "controller_bench: cannot create a scratch directory\n");
-        return 1;
-    }
-    std::printf("plugin:  %s\n", options.plugin.c_str());
-    std::printf("image:   %d sectors (%.1f MB) in %s\n", options.sectors,
-                options.sectors * double(kRawSectorSize) / 1e6, scratch.path().c_str());
-    std::fflush(stdout);
-
-    fixtures::CueImageBuilder builder;
-    builder.addDataTrack(options.sectors, benchSector);
     fixtures::CueImage image;
+    if (!bench::writeBenchImage("controller_bench", options, scratch, benchSector, &image)) return 1;
     std::string error;
-    if (!builder.write(scratch.path(), "bench", &image, &error)) {
-        std::fprintf(stderr, "controller_bench: %s\n", error.c_str());
-        return 1;
-    }
     fixtures::PluginIni settings;
     settings.current = image.cuePath;
     settings.playCdda = false;  // no streaming thread beside the reads

@@ -122,23 +122,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     host::ScratchDir scratch("lumadisc-bench");
-    if (!scratch.ok()) {
-        std::fprintf(stderr, "read_bench: cannot create a scratch directory\n");
-        return 1;
-    }
-    std::printf("plugin:  %s\n", options.plugin.c_str());
-    std::printf("image:   %d sectors (%.1f MB) in %s\n", options.sectors,
-                options.sectors * double(kRawSectorSize) / 1e6, scratch.path().c_str());
-    std::fflush(stdout);
-
-    fixtures::CueImageBuilder builder;
-    builder.addDataTrack(options.sectors, benchSector);
     fixtures::CueImage image;
+    if (!bench::writeBenchImage("read_bench", options, scratch, benchSector, &image)) return 1;
     std::string error;
-    if (!builder.write(scratch.path(), "bench", &image, &error)) {
-        std::fprintf(stderr, "read_bench: %s\n", error.c_str());
-        return 1;
-    }
     host::ClassicHost host;
     if (!host.load(options.plugin)) {
         std::fprintf(stderr, "read_bench: cannot load %s: %s\n", options.plugin.c_str(), host.error().c_str());
@@ -162,6 +148,7 @@ int main(int argc, char** argv) {
     fixtures::PluginIni settings;
     settings.current = image.cuePath;
     settings.enableLogging = false;
+    settings.playCdda = false;  // no streaming thread beside the measured reads
     for (int round = 0; round < options.rounds && !failed; ++round) {
         settings.caching = false;
         settings.cachingLevel.reset();
