@@ -7,8 +7,7 @@
 
 #include "config/log.h"
 #include "config/settings.h"
-#include "disc/cd_read.h"
-#include "disc/cdrom_control.h"
+#include "reader/cd_read.h"
 #include "support/paths.h"
 
 namespace lumadisc {

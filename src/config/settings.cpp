@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "formats/catalogue.h"
+#include "config/catalogue.h"
 
 namespace lumadisc {
 

@@ -18,7 +18,7 @@
 #include "controller/registers.h"
 #include "controller/save_state.h"
 #include "controller/sector_delivery.h"
-#include "formats/catalogue.h"
+#include "config/catalogue.h"
 #include "support/input_devices.h"
 #include "support/list_pool.h"
 #include "support/queue_pool.h"

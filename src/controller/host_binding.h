@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "disc/cdrom_control.h"
+#include "facade/cdrom_control.h"
 #include "lumadisc/host_api.h"
 
 namespace lumadisc {

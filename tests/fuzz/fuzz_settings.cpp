@@ -2,7 +2,7 @@
 // and loads the saved file again, all inside a scratch working directory of its own. The target
 // changes its working directory, so give libFuzzer absolute corpus paths.
 #include "config/settings.h"
-#include "formats/catalogue.h"
+#include "config/catalogue.h"
 #include "support/list_pool.h"
 #include "tests/fuzz/fuzz_support.h"
 

@@ -5,7 +5,7 @@
 #include <array>
 #include <vector>
 
-#include "disc/sector_cache.h"
+#include "reader/sector_cache.h"
 #include "support/clock.h"
 #include "support/queue_pool.h"
 #include "support/timers.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "config/settings.h"
-#include "formats/catalogue.h"
+#include "config/catalogue.h"
 #include "scratch_directory.h"
 #include "support/list_pool.h"
 

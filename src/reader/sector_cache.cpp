@@ -1,4 +1,4 @@
-#include "disc/sector_cache.h"
+#include "reader/sector_cache.h"
 
 #include <cstdlib>
 #include <cstring>

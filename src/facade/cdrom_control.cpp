@@ -1,15 +1,10 @@
-#include "disc/cdrom_control.h"
+#include "facade/cdrom_control.h"
 
 #include "audio/cd_play.h"
 #include "config/log.h"
-#include "disc/cd_read.h"
+#include "reader/cd_read.h"
 
 namespace lumadisc {
-
-std::mutex& cdromMutex() {
-    static std::mutex mutex;
-    return mutex;
-}
 
 namespace {
 using ReaderLock = std::lock_guard<std::mutex>;

@@ -1,11 +1,11 @@
-#include "disc/cd_read.h"
+#include "reader/cd_read.h"
 
 #include <cstring>
 
 #include "config/log.h"
 #include "config/settings.h"
 #include "disc/auto_sub.h"
-#include "disc/sector_cache.h"
+#include "reader/sector_cache.h"
 #include "formats/cdrwin.h"
 #include "formats/alcohol120.h"
 #include "formats/cdrdao.h"
@@ -17,6 +17,11 @@
 namespace lumadisc {
 
 CCdRead g_cdRead;
+
+std::mutex& cdromMutex() {
+    static std::mutex mutex;
+    return mutex;
+}
 
 namespace {
 constexpr const char* kNoDiscPath = "No CD (bios shell)";

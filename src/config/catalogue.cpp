@@ -1,4 +1,4 @@
-#include "formats/catalogue.h"
+#include "config/catalogue.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -3,12 +3,18 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 
 #include "disc/disc_model.h"
 #include "disc/reader_interfaces.h"
 #include "formats/ppf_patch.h"
 
 namespace lumadisc {
+
+// The one lock around the reader front, owned by the facade above it. The host's thread takes it for
+// every reader operation made through the facade, the CD audio streaming thread for each sector it
+// plays, and a disc swap for the reopening; nobody waits for another thread while holding it.
+std::mutex& cdromMutex();
 
 // The kind a path selects, by the rules of the reader front.
 DiscType discTypeOfPath(const char* path);

@@ -1,4 +1,4 @@
-#include "config/hot_keys.h"
+#include "plugin/hot_keys.h"
 
 #include "support/paths.h"
 

@@ -3,16 +3,10 @@
 #pragma once
 
 #include <cstdint>
-#include <mutex>
 
 #include "disc/disc_model.h"
 
 namespace lumadisc {
-
-// The one lock around the reader front. The host's thread takes it for every reader operation made
-// through the facade, the CD audio streaming thread for each sector it plays, and a disc swap for
-// the reopening; nobody waits for another thread while holding it.
-std::mutex& cdromMutex();
 
 class CCdromControl {
 public:
