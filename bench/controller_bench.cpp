@@ -38,7 +38,7 @@ using bench::parseOptions;
 // A Mode 2 Form 1 header and subheader, then a fill that depends on the lba.
 void benchSector(Lba lba, int32_t, fixtures::Sector& sector) {
     std::memset(sector.data(), static_cast<int>(lba * 37 + 11) & 0xFF, sector.size());
-    fixtures::writeSectorHeader(sector.data(), lba, 2);
+    writeSectorHeader(sector.data(), lba, 2);
     std::memset(sector.data() + 16, 0, 8);
     sector[16 + 2] = sector[16 + 6] = 0x08;  // submode: data
 }

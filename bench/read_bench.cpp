@@ -40,7 +40,7 @@ using bench::parseOptions;
 // Cheap distinct content: the sector's header and a fill that depends on the lba.
 void benchSector(Lba lba, int32_t, fixtures::Sector& sector) {
     std::memset(sector.data(), static_cast<int>(lba * 37 + 11) & 0xFF, sector.size());
-    fixtures::writeSectorHeader(sector.data(), lba, 2);
+    writeSectorHeader(sector.data(), lba, 2);
 }
 
 double seconds(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }

@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
     fixtures::CueImageBuilder builder;
     builder.addDataTrack(options.sectors, [&distinct](Lba lba, int32_t, fixtures::Sector& sector) {
         sector = distinct[static_cast<size_t>(lba) % distinct.size()];
-        fixtures::writeSectorHeader(sector.data(), lba, 2);
+        writeSectorHeader(sector.data(), lba, 2);
     });
     fixtures::CueImage image;
     std::string error;

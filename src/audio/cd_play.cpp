@@ -16,10 +16,7 @@ CCdPlay g_cdPlay;
 
 namespace {
 
-constexpr uint8_t kSync[12] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
 constexpr int kFramesPerBlock = kRawSectorSize / 4;
-
-int32_t liveSetting(int32_t& field) { return std::atomic_ref<int32_t>(field).load(std::memory_order_relaxed); }
 
 // Polls every millisecond until done() holds or the limit has passed; true when done() held.
 template <class Done>
@@ -75,13 +72,13 @@ CCdPlay::~CCdPlay() {
 }
 
 int CCdPlay::init() {
-    logWrite(0, "[CDR] CCdPlay::init().\n");
+    logWrite(kLogPlugin, "[CDR] CCdPlay::init().\n");
     std::memset(silence_, 0, sizeof silence_);
     std::memset(audio_, 0, sizeof audio_);
     return 0;
 }
 
-void CCdPlay::shutdown() { logWrite(0, "[CDR] CCdPlay::shutdown().\n"); }
+void CCdPlay::shutdown() { logWrite(kLogPlugin, "[CDR] CCdPlay::shutdown().\n"); }
 
 void CCdPlay::setHostOutput(HostOutput output, bool hostPaces) {
     hostPaces_ = hostPaces;
@@ -93,7 +90,7 @@ bool CCdPlay::endThread() {
     if (!waitFor([this] { return exited_.load() == 1; }, kCloseWaitMilliseconds)) {
         // Stuck in the host's audio function or the sound device: let it go rather than hang the
         // host. It still ends by itself once that call returns, since quit stays set.
-        logWrite(0, "[CDR] Warning: the CD audio thread did not end in time and is left behind.\n");
+        logWrite(kLogPlugin, "[CDR] Warning: the CD audio thread did not end in time and is left behind.\n");
         thread_.detach();
         abandoned_ = true;
         started_ = 0;
@@ -105,7 +102,7 @@ bool CCdPlay::endThread() {
 }
 
 int CCdPlay::open() {
-    logWrite(0, "[CDR] CCdPlay::open().\n");
+    logWrite(kLogPlugin, "[CDR] CCdPlay::open().\n");
     std::lock_guard<std::mutex> lifecycle(lifecycle_);
     if (thread_.joinable()) endThread();
     if (abandoned_ && exited_.load() == 0 &&
@@ -113,7 +110,7 @@ int CCdPlay::open() {
         // The thread left behind still runs: no second one beside it. CD audio plays silently.
         playing_ = 0;
         idle_ = 1;
-        logWrite(0, "[CDR] Warning: CD audio stays off, the previous audio thread has not ended.\n");
+        logWrite(kLogPlugin, "[CDR] Warning: CD audio stays off, the previous audio thread has not ended.\n");
         return 0;
     }
     abandoned_ = false;
@@ -121,7 +118,7 @@ int CCdPlay::open() {
     exited_ = 0;
     playing_ = 0;
     idle_ = 1;
-    if (liveSetting(g_settings.playcdda) != 0) {
+    if (settingLive(g_settings.playcdda) != 0) {
         thread_ = std::thread(&CCdPlay::streamThread, this);
         started_ = 1;
     }
@@ -129,20 +126,20 @@ int CCdPlay::open() {
 }
 
 void CCdPlay::close() {
-    logWrite(0, "[CDR] CCdPlay::close().\n");
+    logWrite(kLogPlugin, "[CDR] CCdPlay::close().\n");
     std::lock_guard<std::mutex> lifecycle(lifecycle_);
     if (thread_.joinable()) endThread();
 }
 
 void CCdPlay::playCDDA() {
-    logWrite(0, "[CDR] CCdPlay::playCDDA().\n");
+    logWrite(kLogPlugin, "[CDR] CCdPlay::playCDDA().\n");
     std::lock_guard<std::mutex> reader(cdromMutex());
     playing_ = 1;
     idle_ = 0;
 }
 
 void CCdPlay::stopCDDA() {
-    logWrite(0, "[CDR] CCdPlay::stopCDDA().\n");
+    logWrite(kLogPlugin, "[CDR] CCdPlay::stopCDDA().\n");
     // The streaming thread reads only under the reader lock, and judges `playing` there first: once
     // this lock is held the thread is off the reader, and with `playing` cleared it stays off until the
     // next playCDDA. Holding the lock is therefore its acknowledgement, and nothing waits for the
@@ -153,7 +150,7 @@ void CCdPlay::stopCDDA() {
 }
 
 int CCdPlay::isCDDA() {
-    logWrite(0, "[CDR] CCdPlay::isCDDA().\n");
+    logWrite(kLogPlugin, "[CDR] CCdPlay::isCDDA().\n");
     return playing_;
 }
 
@@ -183,17 +180,15 @@ void CCdPlay::streamThread() {
             if (playing_.load() == 0) {
                 idle_ = 1;
             } else {
-                g_cdRead.readData();
-                const uint8_t* sector = g_cdRead.getData();
+                g_cdRead.readDataInto(audio_);
                 // A data sector: silence, and the position stays on it until stopped or moved.
-                if (std::memcmp(sector, kSync, sizeof kSync) != 0) {
-                    std::memcpy(audio_, sector, kRawSectorSize);
+                if (!sectorHasSync(audio_)) {
                     g_cdRead.nextLoc();
                     audible = true;
                 }
             }
         }
-        if (audible) cdPlayMixToMono(audio_, liveSetting(g_settings.cddavolumelevel));
+        if (audible) cdPlayMixToMono(audio_, settingLive(g_settings.cddavolumelevel));
 
         if (host != nullptr) {
             // The host gets a block of its own to keep, never the shared silence.

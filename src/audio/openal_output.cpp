@@ -22,14 +22,14 @@ const char* text(const char* value) { return value != nullptr ? value : ""; }
 bool checkAl() {
     const ALenum error = alGetError();
     if (error == AL_NO_ERROR) return true;
-    logWrite(0, "[CDR] AL: %s.\n", openAlErrorName(error));
+    logWrite(kLogPlugin, "[CDR] AL: %s.\n", openAlErrorName(error));
     return false;
 }
 
 bool checkAlc(ALCdevice* device) {
     const ALCenum error = alcGetError(device);
     if (error == ALC_NO_ERROR) return true;
-    logWrite(0, "[CDR] ALC: %s.\n", openAlcErrorName(error));
+    logWrite(kLogPlugin, "[CDR] ALC: %s.\n", openAlcErrorName(error));
     return false;
 }
 
@@ -58,24 +58,24 @@ const char* openAlcErrorName(ALCenum error) {
 }
 
 void COpenAlOutput::init() {
-    logWrite(0, "[CDR] SoundInit()\n");
+    logWrite(kLogPlugin, "[CDR] SoundInit()\n");
     usable_ = false;
     stalled_ = false;
     due_ = {};
 
     device_ = alcOpenDevice(nullptr);
     bool ok = checkAlc(device_) && device_ != nullptr;
-    logWrite(0, "[CDR] ALC_DEVICE_SPECIFIER = %s.\n", text(alcGetString(device_, ALC_DEVICE_SPECIFIER)));
-    logWrite(0, "[CDR] ALC_EXTENSIONS = %s.\n", text(alcGetString(device_, ALC_EXTENSIONS)));
+    logWrite(kLogPlugin, "[CDR] ALC_DEVICE_SPECIFIER = %s.\n", text(alcGetString(device_, ALC_DEVICE_SPECIFIER)));
+    logWrite(kLogPlugin, "[CDR] ALC_EXTENSIONS = %s.\n", text(alcGetString(device_, ALC_EXTENSIONS)));
 
     context_ = alcCreateContext(device_, nullptr);
     ok = checkAlc(device_) && context_ != nullptr && ok;
     alcMakeContextCurrent(context_);
     ok = checkAlc(device_) && ok;
 
-    logWrite(0, "[CDR] AL_VERSION = %s.\n", text(alGetString(AL_VERSION)));
-    logWrite(0, "[CDR] AL_RENDERER = %s.\n", text(alGetString(AL_RENDERER)));
-    logWrite(0, "[CDR] AL_VENDOR = %s.\n", text(alGetString(AL_VENDOR)));
+    logWrite(kLogPlugin, "[CDR] AL_VERSION = %s.\n", text(alGetString(AL_VERSION)));
+    logWrite(kLogPlugin, "[CDR] AL_RENDERER = %s.\n", text(alGetString(AL_RENDERER)));
+    logWrite(kLogPlugin, "[CDR] AL_VENDOR = %s.\n", text(alGetString(AL_VENDOR)));
 
     alGenBuffers(kBufferCount, buffers_);
     ok = checkAl() && ok;
@@ -131,7 +131,7 @@ void COpenAlOutput::stream(const uint8_t* block, int length) {
         if (processed >= 1) break;
         if (std::chrono::steady_clock::now() >= deadline) {
             // The device has stopped taking sound; the block is lost rather than the caller held.
-            if (!stalled_) logWrite(0, "[CDR] Warning: the sound device gives no buffer back, CD audio is dropped.\n");
+            if (!stalled_) logWrite(kLogPlugin, "[CDR] Warning: the sound device gives no buffer back, CD audio is dropped.\n");
             stalled_ = true;
             return;
         }
@@ -155,7 +155,7 @@ void COpenAlOutput::stream(const uint8_t* block, int length) {
     ALint state = 0;
     alGetSourcei(source_, AL_SOURCE_STATE, &state);
     if (state != AL_PLAYING) {
-        logWrite(0, "[CDR] AL_SOURCE_STATE != AL_PLAYING: %x\n", state);
+        logWrite(kLogPlugin, "[CDR] AL_SOURCE_STATE != AL_PLAYING: %x\n", state);
         alSourcePlay(source_);
         checkAl();
     }
@@ -174,7 +174,7 @@ void COpenAlOutput::stop() {
 }
 
 void COpenAlOutput::shutdown() {
-    logWrite(0, "[CDR] SoundShutdown()\n");
+    logWrite(kLogPlugin, "[CDR] SoundShutdown()\n");
     alSourceStop(source_);
     checkAl();
     alDeleteSources(1, &source_);

@@ -17,7 +17,7 @@ std::mutex g_logMutex;
 FILE* g_logFile = nullptr;
 
 int32_t threshold() {
-    return std::atomic_ref<int32_t>(g_settings.enablelogging).load(std::memory_order_relaxed);
+    return settingLive(g_settings.enablelogging);
 }
 
 void closeLocked() {

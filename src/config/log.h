@@ -6,6 +6,11 @@ namespace lumadisc {
 
 constexpr int kLogMessageMax = 4095;
 
+// Message levels: a message is written when its level is below misc:enablelogging, so with logging on
+// the plugin's messages reach the file and the controller emulation's stay out.
+constexpr int kLogPlugin = 0;
+constexpr int kLogController = 1;
+
 int logOpen(const char* path);
 void logWrite(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));
 void logClose();

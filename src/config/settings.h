@@ -1,6 +1,7 @@
 // Every user setting, loaded from and saved to "./configs/lumaDisc.ini".
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace lumadisc {
@@ -57,6 +58,16 @@ struct Settings {
 };
 
 extern Settings g_settings;
+
+// The one way to read or change a setting that another thread may change while a disc is open (the
+// flags and volumes the hot keys change, the cover, the logging switch): a relaxed atomic access to
+// the single 32-bit word.
+inline int32_t settingLive(const int32_t& field) {
+    return std::atomic_ref<int32_t>(const_cast<int32_t&>(field)).load(std::memory_order_relaxed);
+}
+inline void settingSetLive(int32_t& field, int32_t value) {
+    std::atomic_ref<int32_t>(field).store(value, std::memory_order_relaxed);
+}
 
 void settingsDefaults(Settings* settings);
 // 0, or -1 when the file cannot be read (the record then holds the defaults).

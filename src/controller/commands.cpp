@@ -32,7 +32,7 @@ enum : uint8_t {
 // Sector number of a binary minute, second, frame.
 Lba lbaOf(const uint8_t msf[3]) { return lbaFromMsf(msf[0], msf[1], msf[2]); }
 
-bool cddaEnabled() { return g_settings.playcdda != 0; }
+bool cddaEnabled() { return settingLive(g_settings.playcdda) != 0; }
 
 void stopReading() {
     if (s.readMode == 0) return;
@@ -125,9 +125,9 @@ void nextStep(uint8_t step) {
 
 void answerGetStat() {
     if (g_shellOpenFlag) {
-        answer(3, {static_cast<uint8_t>((s.stat | kStatError | kStatShellOpen) & ~kStatMotor)});
+        answer(kInt3Acknowledge, {static_cast<uint8_t>((s.stat | kStatError | kStatShellOpen) & ~kStatMotor)});
     } else {
-        answer(3, {s.stat});
+        answer(kInt3Acknowledge, {s.stat});
     }
 }
 
@@ -135,7 +135,7 @@ void answerGetlocL() {
     uint8_t bytes[8] = {};
     if (const uint8_t* half = deliveredHalf()) std::memcpy(bytes, half, sizeof bytes);
     queueResponse(bytes, 8);
-    s.irqFlag = 3;
+    s.irqFlag = kInt3Acknowledge;
 }
 
 // Copies Q bytes of the current subchannel block to out; out keeps its bytes when the reader hands
@@ -151,7 +151,7 @@ void answerGetlocP() {
     std::memcpy(bytes, s.responseFifo, sizeof bytes);
     copyQBytes(bytes, {0, 1, 2, 3, 4, 6, 7, 8});
     queueResponse(bytes, 8);
-    s.irqFlag = 3;
+    s.irqFlag = kInt3Acknowledge;
 }
 
 void answerSeekPDone() {
@@ -159,7 +159,7 @@ void answerSeekPDone() {
     uint8_t bytes[3] = {s.stat, s.responseFifo[1], s.responseFifo[2]};
     copyQBytes(bytes + 1, {7, 8});
     queueResponse(bytes, 3);
-    s.irqFlag = 2;
+    s.irqFlag = kInt2Complete;
 }
 
 void answerGetTN() {
@@ -170,10 +170,10 @@ void answerGetTN() {
         s.responseLength = 3;
         s.responseIndex = 0;
         s.responseReady = 1;
-        s.irqFlag = 5;
+        s.irqFlag = kInt5Error;
         return;
     }
-    answer(3, {s.stat, bcdFromBinary(s.tocTracks[0]), bcdFromBinary(s.tocTracks[1])});
+    answer(kInt3Acknowledge, {s.stat, bcdFromBinary(s.tocTracks[0]), bcdFromBinary(s.tocTracks[1])});
 }
 
 void answerGetTD() {
@@ -185,10 +185,10 @@ void answerGetTD() {
         s.responseLength = 4;
         s.responseIndex = 0;
         s.responseReady = 1;
-        s.irqFlag = 5;
+        s.irqFlag = kInt5Error;
         return;
     }
-    answer(3, {s.stat, bcdFromBinary(s.trackStart[2]), bcdFromBinary(s.trackStart[1]),
+    answer(kInt3Acknowledge, {s.stat, bcdFromBinary(s.trackStart[2]), bcdFromBinary(s.trackStart[1]),
                bcdFromBinary(s.trackStart[0])});
 }
 
@@ -206,14 +206,14 @@ void answerTest() {
         s.responseIndex = 0;
         s.responseReady = 0;
     }
-    s.irqFlag = 3;
+    s.irqFlag = kInt3Acknowledge;
 }
 
 void answerGetIDDone() {
     uint8_t bytes[8] = {0x00, static_cast<uint8_t>(g_shellOpenFlag ? 0x80 : 0x00), 0x00, 0x00};
     std::memcpy(bytes + 4, discRegionId(), 4);
     queueResponse(bytes, 8);
-    s.irqFlag = 2;
+    s.irqFlag = kInt2Complete;
 }
 
 void answerReport() {
@@ -227,10 +227,10 @@ void answerReport() {
         bytes[4] = q[8];
         bytes[5] = q[9];
     }
-    logWrite(1, "[CDR] CdrReport: 0x%.8x %i %i %i %i %i %i %i\n", bytes[0], bytes[1], bytes[2], bytes[3],
+    logWrite(kLogController, "[CDR] CdrReport: 0x%.8x %i %i %i %i %i %i %i\n", bytes[0], bytes[1], bytes[2], bytes[3],
              bytes[4], bytes[5], bytes[6], bytes[7]);
     queueResponse(bytes, 8);
-    s.irqFlag = 1;
+    s.irqFlag = kInt1DataReady;
 }
 
 }  // namespace
@@ -270,36 +270,36 @@ void commandWrite(uint8_t command) {
 void performStep(uint8_t step) {
     switch (step) {
     case kSync: case kSetloc: case kMute: case kDemute: case kSetfilter: case kSetmode:
-        answerStat(3);
+        answerStat(kInt3Acknowledge);
         break;
     case kGetStat: answerGetStat(); break;
     case kPlay:
-        answer(3, {static_cast<uint8_t>(s.stat | kStatMotor)});
+        answer(kInt3Acknowledge, {static_cast<uint8_t>(s.stat | kStatMotor)});
         s.stat |= kStatPlaying | kStatMotor;
         break;
-    case kForward: case kBackward: case kMotorOn: answerStat(2); break;
+    case kForward: case kBackward: case kMotorOn: answerStat(kInt2Complete); break;
     case kStop:
         s.stat &= static_cast<uint8_t>(~kStatMotor);
-        answer(2, {s.stat});
+        answer(kInt2Complete, {s.stat});
         break;
     case kPause:
-        answer(3, {s.stat});
+        answer(kInt3Acknowledge, {s.stat});
         s.statusRegister |= kStatusBusy;
         nextStep(kPauseDone);
         break;
     case kPauseDone:
         s.stat = static_cast<uint8_t>((s.stat & ~kStatReading) | kStatMotor);
-        answer(2, {s.stat});
+        answer(kInt2Complete, {s.stat});
         break;
     case kInit:
         s.stat = kStatMotor;
-        answer(3, {s.stat});
+        answer(kInt3Acknowledge, {s.stat});
         nextStep(kInitDone);
         break;
-    case kInitDone: answer(2, {s.stat}); break;
+    case kInitDone: answer(kInt2Complete, {s.stat}); break;
     case kGetparam:
         s.stat |= kStatMotor;
-        answer(3, {s.stat, static_cast<uint8_t>(s.mode), 0x00, static_cast<uint8_t>(s.filterFile),
+        answer(kInt3Acknowledge, {s.stat, static_cast<uint8_t>(s.mode), 0x00, static_cast<uint8_t>(s.filterFile),
                    static_cast<uint8_t>(s.filterChannel)});
         break;
     case kGetlocL: answerGetlocL(); break;
@@ -307,31 +307,31 @@ void performStep(uint8_t step) {
     case kGetTN: answerGetTN(); break;
     case kGetTD: answerGetTD(); break;
     case kSeekL: case kSeekP:
-        answer(3, {static_cast<uint8_t>(s.stat | kStatMotor)});
+        answer(kInt3Acknowledge, {static_cast<uint8_t>(s.stat | kStatMotor)});
         s.stat |= kStatSeeking | kStatMotor;
         if (step == kSeekL) s.seekDone = 1;
         nextStep(step == kSeekL ? kSeekLDone : kSeekPDone);
         break;
     case kSeekLDone:
         s.stat = static_cast<uint8_t>((s.stat | kStatMotor) & ~kStatSeeking);
-        answer(2, {s.stat, 0x01, 0x02});
+        answer(kInt2Complete, {s.stat, 0x01, 0x02});
         break;
     case kSeekPDone: answerSeekPDone(); break;
     case kTest: answerTest(); break;
     case kGetID:
-        answerStat(3);
+        answerStat(kInt3Acknowledge);
         nextStep(kGetIDDone);
         break;
     case kGetIDDone: answerGetIDDone(); break;
     case kReset:
         s.stat = kStatMotor;
-        answer(3, {s.stat});
+        answer(kInt3Acknowledge, {s.stat});
         break;
     case kReadTOC:
-        answerStat(3);
+        answerStat(kInt3Acknowledge);
         nextStep(kReadTOCDone);
         break;
-    case kReadTOCDone: answerStat(2); break;
+    case kReadTOCDone: answerStat(kInt2Complete); break;
     case kStepReport: answerReport(); break;
     case kStepFirstRead: firstReadStep(); break;
     default: break;  // no such step: nothing answers

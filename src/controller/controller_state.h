@@ -14,6 +14,16 @@ constexpr uint32_t kHalfSize = 2352;      // one half of the sector buffer
 constexpr uint32_t kHalfDataSize = 2340;  // bytes a half holds: the raw sector from its header on
 constexpr uint32_t kUserDataSkip = 12;    // header and subheaders ahead of the user data
 
+// The controller's interrupt numbers, as the console reads them from the flag register.
+enum ControllerInterrupt : uint8_t {
+    kIntNone = 0,
+    kInt1DataReady = 1,    // a sector is in the buffer
+    kInt2Complete = 2,     // the second response of a command
+    kInt3Acknowledge = 3,  // the first response of a command
+    kInt4DataEnd = 4,      // the end of a track while playing
+    kInt5Error = 5,        // an error response
+};
+
 struct ControllerState {
     uint8_t dataReady;        // 1 from a sector's delivery until the next command write
     uint8_t reserved1;

@@ -57,12 +57,12 @@ void executableDigestText(const uint8_t* image, char* out) {
 
 long cdrGetSystemType() {
     const long type = systemTypeOfName(getDiscExeName());
-    logWrite(1, "[CDR] cdrGetSystemType: %i,\n", static_cast<int>(type));
+    logWrite(kLogController, "[CDR] cdrGetSystemType: %i,\n", static_cast<int>(type));
     return type;
 }
 
 void* cdrLoadExecutable(const char* name) {
-    logWrite(1, "[CDR] cdrLoadExecutable: %s.\n", name ? name : "");
+    logWrite(kLogController, "[CDR] cdrLoadExecutable: %s.\n", name ? name : "");
     return loadDiscExecutable(name);
 }
 
@@ -72,19 +72,19 @@ char* cdrGetCDExeMd5() {
     auto* image = static_cast<uint8_t*>(loadDiscExecutable(path));
     executableDigestText(image, g_md5Text);
     std::free(image);
-    logWrite(1, "[CDR] cdrGetCDExeMd5: %s,\n", g_md5Text);
+    logWrite(kLogController, "[CDR] cdrGetCDExeMd5: %s,\n", g_md5Text);
     return g_md5Text;
 }
 
 char* cdrGetCDLabel() {
     copyText(g_label, sizeof g_label, getDiscLabel());
-    logWrite(1, "[CDR] cdrGetCDLabel: %s.\n", g_label);
+    logWrite(kLogController, "[CDR] cdrGetCDLabel: %s.\n", g_label);
     return g_label;
 }
 
 char* cdrGetCDExeName() {
     copyText(g_exeName, sizeof g_exeName, getDiscExeName());
-    logWrite(1, "[CDR] cdrGetCDExeName: %s.\n", g_exeName);
+    logWrite(kLogController, "[CDR] cdrGetCDExeName: %s.\n", g_exeName);
     return g_exeName;
 }
 

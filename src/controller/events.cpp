@@ -24,12 +24,12 @@ uint32_t sectorTicks() {
 }
 
 void scheduleInterruptEvent(uint32_t ticks) {
-    logWrite(1, "[CDR] Set waitable interrupt after: %i ticks.\n", static_cast<int>(ticks));
+    logWrite(kLogController, "[CDR] Set waitable interrupt after: %i ticks.\n", static_cast<int>(ticks));
     schedule(kEventInterrupt, ticks);
 }
 
 void scheduleReadEvent(uint32_t ticks) {
-    logWrite(1, "[CDR] Set waitable read interrupt after: %i ticks.\n", static_cast<int>(ticks));
+    logWrite(kLogController, "[CDR] Set waitable read interrupt after: %i ticks.\n", static_cast<int>(ticks));
     schedule(kEventRead, ticks);
 }
 
@@ -40,7 +40,7 @@ void scheduleReportEvent(uint32_t ticks) { schedule(kEventReport, ticks); }
 void raiseCpuInterrupt() { g_host.irqRequest(kCdromIrqLine); }
 
 void acknowledgeInterrupt() {
-    s.irqFlag = 0;
+    s.irqFlag = kIntNone;
     if (s.pendingStep == kStepNone) {
         s.pendingStep = 0;
         return;
@@ -62,7 +62,7 @@ long interruptEvent() {
     performStep(step);
     if (s.irqFlag) {
         if (s.irqEnable != kIrqEnableSilent) raiseCpuInterrupt();
-        logWrite(1, "[CDR] Interrupt\n");
+        logWrite(kLogController, "[CDR] Interrupt\n");
     }
     return 0;
 }
@@ -75,12 +75,12 @@ long readEvent() {
     }
     deliverSector();
     raiseCpuInterrupt();
-    logWrite(1, "[CDR] Read interrupt\n");
+    logWrite(kLogController, "[CDR] Read interrupt\n");
     return 0;
 }
 
 long coverClosedEvent() {
-    logWrite(1, "[CDR] Cover closed.\n");
+    logWrite(kLogController, "[CDR] Cover closed.\n");
     g_coverOpen = 0;
     return 0;
 }
@@ -88,7 +88,7 @@ long coverClosedEvent() {
 long reportEvent() {
     if ((s.mode & (kModeCdda | kModeReport)) == (kModeCdda | kModeReport)) {
         s.pendingStep = kStepReport;
-        if (s.irqFlag == 0) {
+        if (s.irqFlag == kIntNone) {
             scheduleInterruptEvent(kReportStepTicks);
         } else {
             s.deferredDelay = kReportDelay;

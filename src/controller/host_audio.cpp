@@ -20,7 +20,7 @@ constexpr uint8_t kSubmodeAudio = 0x04;
 static_assert(kSubheader + kXaSectorSpan <= static_cast<int>(kHalfDataSize), "the decoder stays inside the half");
 
 bool selected(const ControllerState& s, const uint8_t* half) {
-    if ((s.mode & kModeXaAudio) == 0 || g_settings.playcdxa == 0 || s.xaState == -1) return false;
+    if ((s.mode & kModeXaAudio) == 0 || settingLive(g_settings.playcdxa) == 0 || s.xaState == -1) return false;
     if ((half[kSubmode] & kSubmodeAudio) == 0) return false;
     if ((s.mode & kModeXaFilter) != 0 && half[kChannelNumber] != s.filterChannel) return false;
     // The file number is compared whether or not the channel filter is on.

@@ -96,7 +96,7 @@ void hostRegisterService(const char* name, void* function) {
 }
 
 long entryInit() {
-    logWrite(1, "[CDR] Init()\n");
+    logWrite(kLogController, "[CDR] Init()\n");
     listPoolInit();
     queuePoolInit();
     timerInit();
@@ -111,7 +111,7 @@ long entryInit() {
 long entryOpen() {
     settingsLoad(&g_settings);
     logOpen(kLogPath);
-    logWrite(1, "[CDR] Open()\n");
+    logWrite(kLogController, "[CDR] Open()\n");
     inputOpen();
 
     HostLink& h = g_host;
@@ -144,7 +144,7 @@ long entryOpen() {
     std::memset(&g_controller, 0, sizeof g_controller);
     controllerReset();
     if (psxcdrsystem.open() < 0) {
-        logWrite(1, "[CDR] Error: psxcdrsystem.Open()\n");
+        logWrite(kLogController, "[CDR] Error: psxcdrsystem.Open()\n");
         return -1;
     }
     g_coverOpen = 1;
@@ -156,18 +156,18 @@ long entryOpen() {
 }
 
 long entryStart() {
-    logWrite(1, "[CDR] Start()\n");
+    logWrite(kLogController, "[CDR] Start()\n");
     scheduleReportEvent(kReportTicks);
     return 0;
 }
 
 long entryStop() {
-    logWrite(1, "[CDR] Stop()\n");
+    logWrite(kLogController, "[CDR] Stop()\n");
     return 0;
 }
 
 long entryClose() {
-    logWrite(1, "[CDR] Close()\n");
+    logWrite(kLogController, "[CDR] Close()\n");
     if (g_settings.savesettingsonexit) settingsSave(&g_settings);
     psxcdrsystem.close();
     g_cdPlay.setHostOutput(nullptr, true);  // the classic face plays through OpenAL again
@@ -184,7 +184,7 @@ long entryShutdown() {
     timerShutdown();
     queuePoolShutdown();
     listPoolShutdown();
-    logWrite(1, "[CDR] Shutdown()\n");
+    logWrite(kLogController, "[CDR] Shutdown()\n");
     return 0;
 }
 

@@ -35,7 +35,7 @@ const char* discRegionId() {
     if (psxcdrsystem.readData() < 0) return kDefaultRegion;
     const uint8_t* sector = psxcdrsystem.getDataBuffer();
     // Everything behind the sync pattern: the text sits in the user data whatever the sector's mode.
-    return regionIdFromLicence(sector + 12, kRawSectorSize - 12);
+    return regionIdFromLicence(sector + kSectorHeaderOffset, kRawSectorSize - kSectorHeaderOffset);
 }
 
 }  // namespace lumadisc

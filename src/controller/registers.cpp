@@ -37,7 +37,7 @@ uint8_t readResponse() {
 }
 
 uint8_t readInterrupt() {
-    if (s.irqFlag == 0) return 0;
+    if (s.irqFlag == kIntNone) return 0;
     return (portIndex() & 1u) ? static_cast<uint8_t>(s.irqFlag | 0xE0) : 0xFF;
 }
 
@@ -82,7 +82,7 @@ uint32_t ReadCdrByte(uint32_t port) {
     case kPortInterrupt: value = readInterrupt(); break;
     default: break;
     }
-    logWrite(1, "[CDR] ReadCdrByte:   0x%.8x  0x%.8x\n", port, static_cast<uint32_t>(value));
+    logWrite(kLogController, "[CDR] ReadCdrByte:   0x%.8x  0x%.8x\n", port, static_cast<uint32_t>(value));
     return value;
 }
 
@@ -95,7 +95,7 @@ void WriteCdrByte(uint32_t value, uint32_t port) {
     case kPortInterrupt: writeInterrupt(byte); break;
     default: break;
     }
-    logWrite(1, "[CDR] WriteCdrByte:  0x%.8x  0x%.8x\n", port, static_cast<uint32_t>(byte));
+    logWrite(kLogController, "[CDR] WriteCdrByte:  0x%.8x  0x%.8x\n", port, static_cast<uint32_t>(byte));
 }
 
 }  // namespace lumadisc

@@ -57,7 +57,7 @@ long stateSave(void** out) {
     // A pointer outside the delivered half (left in the other half by the last swap, with no data
     // request since) hands out nothing, exactly as one at the half's end: it is saved as that.
     s.dataOffset = sectorDelivered() ? kHalfDataSize - dataBytesLeft() : 0;
-    if (g_settings.playcdda && s.cddaPlaying) {
+    if (settingLive(g_settings.playcdda) && s.cddaPlaying) {
         if (const uint8_t* block = psxcdrsystem.getSubsBuffer()) {
             const uint8_t* q = block + kSubchannelQOffset;
             for (int i = 0; i < 3; ++i) s.savedPlayPosition[i] = static_cast<uint8_t>(binaryFromBcd(q[7 + i]));
@@ -87,7 +87,7 @@ long stateLoad(const void* record) {
         std::memcpy(&ticks, bytes + kTickOffsets[slot], sizeof ticks);
         g_host.waitSet(ticks, g_host.handles[slot]);
     }
-    if (g_settings.playcdda && s.cddaPlaying) {
+    if (settingLive(g_settings.playcdda) && s.cddaPlaying) {
         const uint8_t* at = s.savedPlayPosition;
         psxcdrsystem.setLoc(lbaFromMsf(at[0], at[1], at[2]));
         psxcdrsystem.playCDDA();

@@ -25,7 +25,7 @@ constexpr uint32_t kRamAddressMask = 0x1FFFFF;
 
 uint32_t idleHalf() { return (s.bufferToggle & 1u) ^ 1u; }
 
-void notDefined() { logWrite(1, "[CDR] Error: Not defined dma function\n"); }
+void notDefined() { logWrite(kLogController, "[CDR] Error: Not defined dma function\n"); }
 
 // Copies n bytes to the emulated address. When the host maps the whole range as one block the copy
 // is one call; otherwise (a range that wraps or runs off the host's memory) each byte is mapped on
@@ -71,7 +71,7 @@ void readSector() {
     psxcdrsystem.setLoc(lbaFromMsf(s.location[0], s.location[1], s.location[2]));
     psxcdrsystem.readData();
     const uint8_t* sector = psxcdrsystem.getDataBuffer();
-    if (sector != nullptr) std::memcpy(s.sectorBuffer[idleHalf()], sector + 12, kHalfDataSize);
+    if (sector != nullptr) std::memcpy(s.sectorBuffer[idleHalf()], sector + kSectorHeaderOffset, kHalfDataSize);
 }
 
 void firstReadStep() {
@@ -83,7 +83,7 @@ void firstReadStep() {
         s.stat |= kStatSeeking | kStatMotor;
     }
     s.stat |= kStatReading | kStatMotor;
-    s.irqFlag = 3;
+    s.irqFlag = kInt3Acknowledge;
     readSector();
     scheduleReadEvent(kFirstSectorTicks);
 }
@@ -95,7 +95,7 @@ void deliverSector() {
     const uint32_t half = idleHalf();
     s.sectorStart = halfOffset(half);
     s.bufferToggle = static_cast<uint8_t>(half);
-    s.irqFlag = 1;
+    s.irqFlag = kInt1DataReady;
     xaDeliver(s.sectorBuffer[half]);
     advanceLocation(s.location);
     s.dataRequest = 0;
@@ -124,7 +124,7 @@ uint8_t dataPortRead() {
 uint32_t psxDma3(uint32_t control) {
     const uint32_t address = g_host.dmaRegisters ? g_host.dmaRegisters[0] : 0;
     const uint32_t blockControl = g_host.dmaRegisters ? g_host.dmaRegisters[1] : 0;
-    logWrite(1, "[CDR] psxDma3:  %i  %i  %i\n", static_cast<int>(control), static_cast<int>(blockControl & 0xFFFFu),
+    logWrite(kLogController, "[CDR] psxDma3:  %i  %i  %i\n", static_cast<int>(control), static_cast<int>(blockControl & 0xFFFFu),
              static_cast<int>(address & kRamAddressMask));
     if ((control != kDmaControlPlain && control != kDmaControlChopped) || s.dataRequest == 0 ||
         g_host.dmaRegisters == nullptr) {

@@ -1,6 +1,6 @@
 #include "disc/auto_sub.h"
 
-#include "disc/q_crc.h"
+#include "disc/cd_utility.h"
 
 #include <cstring>
 

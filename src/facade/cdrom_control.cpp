@@ -11,19 +11,19 @@ using ReaderLock = std::lock_guard<std::mutex>;
 }
 
 int CCdromControl::init() {
-    logWrite(0, "[CDR] CCdromControl::init().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::init().\n");
     if (g_cdRead.init() != 0) return -1;
     return g_cdPlay.init() == 0 ? 0 : -1;
 }
 
 void CCdromControl::shutdown() {
-    logWrite(0, "[CDR] CCdromControl::shutdown().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::shutdown().\n");
     g_cdPlay.shutdown();
     g_cdRead.shutdown();
 }
 
 int CCdromControl::open() {
-    logWrite(0, "[CDR] CCdromControl::open().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::open().\n");
     // An open while a disc is open (the disc swap) ends CD audio before the reader changes discs.
     if (g_cdPlay.streaming()) g_cdPlay.close();
     {
@@ -34,45 +34,45 @@ int CCdromControl::open() {
 }
 
 void CCdromControl::close() {
-    logWrite(0, "[CDR] CCdromControl::close().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::close().\n");
     g_cdPlay.close();  // the thread ends first, outside the lock it takes per sector
     ReaderLock lock(cdromMutex());
     g_cdRead.close();
 }
 
 int CCdromControl::setLoc(Lba lba) {
-    logWrite(0, "[CDR] CCdromControl::setLoc(%i).\n", lba);
+    logWrite(kLogPlugin, "[CDR] CCdromControl::setLoc(%i).\n", lba);
     ReaderLock lock(cdromMutex());
     g_cdRead.setLoc(lba);
     return 0;
 }
 
 Lba CCdromControl::getLoc() {
-    logWrite(0, "[CDR] CCdromControl::getLoc().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::getLoc().\n");
     ReaderLock lock(cdromMutex());
     return g_cdRead.getLoc();
 }
 
 int CCdromControl::getDiscType() {
-    logWrite(0, "[CDR] CCdromControl::getDiscType().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::getDiscType().\n");
     ReaderLock lock(cdromMutex());
     return g_cdRead.getDiscType();
 }
 
 int CCdromControl::getTN(uint8_t* buffer) {
-    logWrite(0, "[CDR] CCdromControl::getTN().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::getTN().\n");
     ReaderLock lock(cdromMutex());
     return g_cdRead.getTN(buffer);
 }
 
 int CCdromControl::getTD(uint8_t track, uint8_t* buffer) {
-    logWrite(0, "[CDR] CCdromControl::getTD(%i).\n", track);
+    logWrite(kLogPlugin, "[CDR] CCdromControl::getTD(%i).\n", track);
     ReaderLock lock(cdromMutex());
     return g_cdRead.getTD(track, buffer);
 }
 
 int CCdromControl::readData() {
-    logWrite(0, "[CDR] CCdromControl::readData().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::readData().\n");
     g_cdPlay.stopCDDA();  // takes the lock itself, briefly: the streaming thread is then off the reader
     ReaderLock lock(cdromMutex());
     g_cdRead.readSubs();
@@ -80,27 +80,27 @@ int CCdromControl::readData() {
 }
 
 uint8_t* CCdromControl::getDataBuffer() {
-    logWrite(0, "[CDR] CCdromControl::getDataBuffer().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::getDataBuffer().\n");
     return g_cdRead.getData();
 }
 
 uint8_t* CCdromControl::getSubsBuffer() {
-    logWrite(0, "[CDR] CCdromControl::getSubsBuffer().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::getSubsBuffer().\n");
     return g_cdRead.getSubs();
 }
 
 void CCdromControl::playCDDA() {
-    logWrite(0, "[CDR] CCdromControl::playCDDA().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::playCDDA().\n");
     g_cdPlay.playCDDA();
 }
 
 void CCdromControl::stopCDDA() {
-    logWrite(0, "[CDR] CCdromControl::stopCDDA().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::stopCDDA().\n");
     g_cdPlay.stopCDDA();
 }
 
 int CCdromControl::isCDDA() {
-    logWrite(0, "[CDR] CCdromControl::isCDDA().\n");
+    logWrite(kLogPlugin, "[CDR] CCdromControl::isCDDA().\n");
     return g_cdPlay.isCDDA();
 }
 

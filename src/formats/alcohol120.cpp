@@ -42,7 +42,7 @@ int CCdAlcohol120Toc::open() {
     const char* path = g_settings.current;
     ImageFile descriptor;
     if (!descriptor.open(path)) {
-        logWrite(0, "[CDR] Error: toc not opened (%s).\n", path);
+        logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
         return -1;
     }
     std::vector<uint8_t> bytes(kMdsDescriptorSpan);
@@ -59,19 +59,19 @@ int CCdAlcohol120Toc::open() {
         table_ = table;
         return 0;
     case MdsParse::kUnsupported:
-        logWrite(0, "[CDR] Error: unsupported mds format.\n");
+        logWrite(kLogPlugin, "[CDR] Error: unsupported mds format.\n");
         return -1;
     case MdsParse::kTruncated:
         break;
     }
-    logWrite(0, "[CDR] Error: mds file truncated (%s).\n", path);
+    logWrite(kLogPlugin, "[CDR] Error: mds file truncated (%s).\n", path);
     return -1;
 }
 
 int CCdAlcohol120Sub::open() {
     char dataPath[kPathCapacity];
     if (!companionPath(".mdf", dataPath) || !file_.open(dataPath)) {
-        logWrite(0, "[CDR] Error: sub file not opened (%s).\n", dataPath);
+        logWrite(kLogPlugin, "[CDR] Error: sub file not opened (%s).\n", dataPath);
         return -1;
     }
     return 0;

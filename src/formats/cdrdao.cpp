@@ -45,14 +45,14 @@ int CCdCdrdaoToc::open() {
     table_.clear();
     const char* path = g_settings.current;
     if (!file_.open(path)) {
-        logWrite(0, "[CDR] Error: toc not opened (%s).\n", path);
+        logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
         return -1;
     }
     std::vector<uint8_t> bytes(kFullTocMaxSize);
     bytes.resize(file_.readRecord(0, bytes.size(), bytes.data()));
     if (fullTocParse(bytes.data(), bytes.size(), table_) != FullTocParse::kOk) {
         table_.clear();
-        logWrite(0, "[CDR] Error: toc file truncated (%s).\n", path);
+        logWrite(kLogPlugin, "[CDR] Error: toc file truncated (%s).\n", path);
         return -1;
     }
     return 0;

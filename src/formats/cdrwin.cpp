@@ -106,7 +106,7 @@ int CCdCdrwinToc::open() {
     table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
     std::string text;
     if (!readWholeFile(sheetPath, text)) {
-        logWrite(0, "[CDR] Error: toc not opened (%s).\n", sheetPath);
+        logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", sheetPath);
         return -1;
     }
     cueBuildTable(cueTokenize(text), table_);

@@ -46,7 +46,7 @@ int CCdClonecdToc::open() {
     const bool haveDataPath = companionPath(".img", dataPath);
     table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
     if (clonecdReadControl(g_settings.current, table_) != 0) {
-        logWrite(0, "[CDR] Error: toc file not opened (%s).\n", g_settings.current);
+        logWrite(kLogPlugin, "[CDR] Error: toc file not opened (%s).\n", g_settings.current);
         return -1;
     }
     return 0;
@@ -55,7 +55,7 @@ int CCdClonecdToc::open() {
 int CCdClonecdSub::open() {
     char subPath[kPathCapacity];
     if (!companionPath(".sub", subPath) || !file_.open(subPath)) {
-        logWrite(0, "[CDR] Warning: sub file not opened (%s).\n", subPath);
+        logWrite(kLogPlugin, "[CDR] Warning: sub file not opened (%s).\n", subPath);
         return -1;
     }
     return 0;

@@ -20,7 +20,7 @@ bool companionPath(const char* extension, char* path) {
 int CCdSectorFileData::open() {
     char path[kPathCapacity];
     if (!companionPath(extension_, path) || !file_.open(path)) {
-        logWrite(0, failureFormat_, path);
+        logWrite(kLogPlugin, failureFormat_, path);
         return -1;
     }
     return 0;

@@ -49,18 +49,18 @@ int CCdPpfPatch::load(const char* imagePath) {
     if (fileSize < 0) return -1;  // no patch beside the image: nothing to say
     ImageFile file;
     if (!file.open(path)) {
-        logWrite(0, "[CDR] Warning: not open (%s).\n", path);
+        logWrite(kLogPlugin, "[CDR] Warning: not open (%s).\n", path);
         return -1;
     }
     // The size is held in 32 bits; a larger file counts as one that cannot be read whole.
     if (fileSize > std::numeric_limits<uint32_t>::max()) {
-        logWrite(0, "cdrplugin error: reading file (%s).\n", path);
+        logWrite(kLogPlugin, "cdrplugin error: reading file (%s).\n", path);
         return -1;
     }
     size_ = static_cast<uint32_t>(fileSize);
     data_.reset(new (std::nothrow) uint8_t[size_ > 0 ? size_ : 1]);
     if (!data_ || file.readRecord(0, size_, data_.get()) != size_) {
-        logWrite(0, "cdrplugin error: reading file (%s).\n", path);
+        logWrite(kLogPlugin, "cdrplugin error: reading file (%s).\n", path);
         empty();
         return -1;
     }
@@ -75,7 +75,7 @@ int CCdPpfPatch::load(const char* imagePath) {
         }
     }
     if (version_ < 0) {
-        logWrite(0, "[CDR] Error: patchfile is no ppf patch.\n");
+        logWrite(kLogPlugin, "[CDR] Error: patchfile is no ppf patch.\n");
         return -1;
     }
     blockCheck_ = size_ > kBlockCheckByte ? data_[kBlockCheckByte] : 0;
@@ -87,7 +87,7 @@ int CCdPpfPatch::load(const char* imagePath) {
 void CCdPpfPatch::apply(Lba lba, uint8_t* sector) {
     if (size_ == 0) return;
     if (version_ < 1 || version_ > 3) {
-        logWrite(0, "[CDR] error: unknown ppf type.\n");
+        logWrite(kLogPlugin, "[CDR] error: unknown ppf type.\n");
         return;
     }
     if (sector == nullptr) return;
@@ -126,7 +126,7 @@ void CCdPpfPatch::readDescriptionLength() {
                                          : static_cast<int64_t>(field[0] | field[1] << 8);
     const int64_t length = described + (version_ == 2 ? 38 : 36);
     if (length < 0) {
-        logWrite(0, "[CDR] Error: idlen in ppf system < 0 (%i),", static_cast<int>(length));
+        logWrite(kLogPlugin, "[CDR] Error: idlen in ppf system < 0 (%i),", static_cast<int>(length));
         return;
     }
     descriptionLength_ = static_cast<int32_t>(std::min<int64_t>(length, std::numeric_limits<int32_t>::max()));

@@ -39,11 +39,11 @@ void startUp() {
     recentInit();
     g_cdrom.init();
     g_initialised = true;
-    logWrite(0, "[CDR] Init()\n");
+    logWrite(kLogPlugin, "[CDR] Init()\n");
 }
 
 void shutDown() {
-    logWrite(0, "[CDR] Shutdown()\n");
+    logWrite(kLogPlugin, "[CDR] Shutdown()\n");
     g_cdrom.shutdown();
     catalogueShutdown();
     recentShutdown();
@@ -57,7 +57,7 @@ void shutDown() {
 }
 
 void closeSequence() {
-    logWrite(0, "[CDR] Close()\n");
+    logWrite(kLogPlugin, "[CDR] Close()\n");
     if (!g_hotKeyStop) {
         g_hotKeyStop = 1;
         if (g_hotKeyThread.joinable()) g_hotKeyThread.join();
@@ -77,7 +77,7 @@ long openSequence() {
         settingsLoad(&g_settings);
     }
     logOpen(kLogPath);
-    logWrite(0, "[CDR] CDRopen()\n");
+    logWrite(kLogPlugin, "[CDR] CDRopen()\n");
     inputOpen();
     messageFileCreate();
     g_hotKeyStop = 0;
@@ -89,7 +89,7 @@ long openSequence() {
 }
 
 void logFailureIfNegative(long result) {
-    if (result < 0) logWrite(0, "[CDR] failed.\n");
+    if (result < 0) logWrite(kLogPlugin, "[CDR] failed.\n");
 }
 
 }  // namespace
@@ -124,7 +124,7 @@ long CDRclose(void) {
 
 long CDRgetTN(unsigned char* buffer) {
     if (!buffer) return -1;
-    logWrite(0, "[CDR] GetTN() : %i, %i.\n", buffer[0], buffer[1]);
+    logWrite(kLogPlugin, "[CDR] GetTN() : %i, %i.\n", buffer[0], buffer[1]);
     const long result = g_cdrom.getTN(buffer);
     logFailureIfNegative(result);
     return result;
@@ -132,7 +132,7 @@ long CDRgetTN(unsigned char* buffer) {
 
 long CDRgetTD(unsigned char track, unsigned char* buffer) {
     if (!buffer) return -1;
-    logWrite(0, "[CDR] GetTD(%i) : %.2i:%.2i:%.2i.\n", track, buffer[0], buffer[1], buffer[2]);
+    logWrite(kLogPlugin, "[CDR] GetTD(%i) : %.2i:%.2i:%.2i.\n", track, buffer[0], buffer[1], buffer[2]);
     const long result = g_cdrom.getTD(track, buffer);
     logFailureIfNegative(result);
     std::swap(buffer[0], buffer[2]);
@@ -142,7 +142,7 @@ long CDRgetTD(unsigned char track, unsigned char* buffer) {
 long CDRreadTrack(unsigned char* time) {
     if (!time) return -1;
     const Lba lba = lbaFromMsf(binaryFromBcd(time[0]), binaryFromBcd(time[1]), binaryFromBcd(time[2]));
-    logWrite(0, "[CDR] ReadTrack(%.2x:%.2x:%.2x)(%i)\n", time[0], time[1], time[2], lba);
+    logWrite(kLogPlugin, "[CDR] ReadTrack(%.2x:%.2x:%.2x)(%i)\n", time[0], time[1], time[2], lba);
     g_cdrom.setLoc(lba);
     const long result = g_cdrom.readData();
     logFailureIfNegative(result);
@@ -151,19 +151,19 @@ long CDRreadTrack(unsigned char* time) {
 
 unsigned char* CDRgetBuffer(void) {
     uint8_t* sector = g_cdrom.getDataBuffer();
-    const uint8_t* b = sector + 12;
-    logWrite(0,
+    const uint8_t* b = sector + kSectorHeaderOffset;
+    logWrite(kLogPlugin,
              "[CDR] CDRgetBuffer() : %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x %x "
              "%x %x.\n",
              b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13], b[14],
              b[15], b[16], b[17], b[18], b[19], b[20], b[21], b[22], b[23]);
-    return sector + 12;
+    return sector + kSectorHeaderOffset;
 }
 
 unsigned char* CDRgetBufferSub(void) {
     uint8_t* block = g_cdrom.getSubsBuffer();
     const uint8_t* q = block + kSubchannelQOffset;
-    logWrite(0,
+    logWrite(kLogPlugin,
              "[CDR] CDRgetBufferSub() : %.2x %.2x %.2x %.2x %.2x %.2x %.2x %.2x %.2x %.2x %.2x %.2x.\n",
              q[0], q[1], q[2], q[3], q[4], q[5], q[6], q[7], q[8], q[9], q[10], q[11]);
     return block;
@@ -172,24 +172,24 @@ unsigned char* CDRgetBufferSub(void) {
 long CDRplay(unsigned char* time) {
     if (!time) return -1;
     const Lba lba = lbaFromMsf(time[0], time[1], time[2]);
-    logWrite(0, "[CDR] CDRplay(%.2x:%.2x:%.2x)(%i).\n", time[0], time[1], time[2], lba);
+    logWrite(kLogPlugin, "[CDR] CDRplay(%.2x:%.2x:%.2x)(%i).\n", time[0], time[1], time[2], lba);
     g_cdrom.setLoc(lba);
     g_cdrom.playCDDA();
     return 0;
 }
 
 long CDRstop(void) {
-    logWrite(0, "[CDR] CDRstop().\n");
+    logWrite(kLogPlugin, "[CDR] CDRstop().\n");
     g_cdrom.stopCDDA();
     return 0;
 }
 
 long CDRgetStatus(struct CdrStat* stat) {
     if (!stat) return -1;
-    logWrite(0, "[CDR] CDRgetStatus().\n");
+    logWrite(kLogPlugin, "[CDR] CDRgetStatus().\n");
     stat->Status = 0;
     stat->Type = g_cdrom.getDiscType() == 1 ? 1 : 2;
-    if (g_settings.coveropened) stat->Status |= LUMADISC_STATUS_LID_OPEN;
+    if (settingLive(g_settings.coveropened)) stat->Status |= LUMADISC_STATUS_LID_OPEN;
     if (g_cdrom.isCDDA()) stat->Status |= LUMADISC_STATUS_PLAYING;
     const Msf time = bcdMsf(msfFromLba(g_cdrom.getLoc()));
     stat->Time[0] = time.minute;
@@ -199,16 +199,16 @@ long CDRgetStatus(struct CdrStat* stat) {
 }
 
 long CDRreadCDDA(unsigned char minute, unsigned char second, unsigned char frame, unsigned char* buffer) {
-    logWrite(0, "[CDR] CDRreadCDDA(%i, %i, %i).\n", minute, second, frame);
+    logWrite(kLogPlugin, "[CDR] CDRreadCDDA(%i, %i, %i).\n", minute, second, frame);
     g_cdrom.setLoc(lbaFromMsf(minute, second, frame));
     g_cdrom.readData();
-    uint8_t* sector = CDRgetBuffer() - 12;
+    uint8_t* sector = CDRgetBuffer() - kSectorHeaderOffset;
     if (buffer) std::memcpy(buffer, sector, kRawSectorSize);
     return 0;
 }
 
 long CDRgetTE(unsigned char track, unsigned char* minute, unsigned char* second, unsigned char* frame) {
-    logWrite(0, "[CDR] CDRgetTE(%i).\n", track);
+    logWrite(kLogPlugin, "[CDR] CDRgetTE(%i).\n", track);
     uint8_t msf[3] = {0, 0, 0};
     g_cdrom.getTD(static_cast<uint8_t>(track + 1), msf);
     if (minute) *minute = msf[0];

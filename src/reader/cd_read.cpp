@@ -39,11 +39,11 @@ DiscType discTypeOfPath(const char* path) {
 }
 
 int CCdRead::init() {
-    logWrite(0, "[CDR] CCdRead::init().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::init().\n");
     return 0;
 }
 
-void CCdRead::shutdown() { logWrite(0, "[CDR] CCdRead::shutdown().\n"); }
+void CCdRead::shutdown() { logWrite(kLogPlugin, "[CDR] CCdRead::shutdown().\n"); }
 
 bool CCdRead::bindKind(DiscType kind) {
     switch (kind) {
@@ -79,7 +79,7 @@ bool CCdRead::bindKind(DiscType kind) {
         return true;
     default:
         // Kinds whose readers this build does not have open as unknown ones.
-        logWrite(0, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
+        logWrite(kLogPlugin, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
         return false;
     }
 }
@@ -104,7 +104,7 @@ void CCdRead::chooseSubchannelSource() {
 
 int CCdRead::open() {
     if (toc_ || cachesBuilt_) close();  // a disc swap: the previous disc is released first
-    logWrite(0, "[CDR] CCdRead::open().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::open().\n");
     if (!bindKind(discTypeOfPath(g_settings.current))) return -1;
     if (toc_->open() != 0) return -1;
     if (data_->open() != 0) return -1;
@@ -121,7 +121,7 @@ int CCdRead::open() {
 }
 
 void CCdRead::close() {
-    logWrite(0, "[CDR] CCdRead::close().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::close().\n");
     if (toc_) toc_->close();
     if (data_) data_->close();
     if (sub_) sub_->close();
@@ -137,18 +137,18 @@ void CCdRead::close() {
 }
 
 int CCdRead::getDiscType() {
-    logWrite(0, "[CDR] CCdRead::getDiscType().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::getDiscType().\n");
     return toc_ ? toc_->getDiscType() : -1;
 }
 
 int CCdRead::getTN(uint8_t* buffer) {
-    logWrite(0, "[CDR] CCdRead::getTN().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::getTN().\n");
     if (toc_) toc_->getTN(buffer);
     return 0;
 }
 
 int CCdRead::getTD(uint8_t track, uint8_t* buffer) {
-    logWrite(0, "[CDR] CCdRead::getTD(%i).\n", track);
+    logWrite(kLogPlugin, "[CDR] CCdRead::getTD(%i).\n", track);
     if (toc_) {
         toc_->getTD(track, buffer);
     } else {
@@ -158,24 +158,25 @@ int CCdRead::getTD(uint8_t track, uint8_t* buffer) {
 }
 
 int CCdRead::setLoc(Lba lba) {
-    logWrite(0, "[CDR] CCdRead::setLoc(%i).\n", lba);
+    logWrite(kLogPlugin, "[CDR] CCdRead::setLoc(%i).\n", lba);
     loc_ = lba;
     return 0;
 }
 
 Lba CCdRead::getLoc() {
-    logWrite(0, "[CDR] CCdRead::getLoc().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::getLoc().\n");
     return loc_;
 }
 
 void CCdRead::nextLoc() {
     ++loc_;
-    logWrite(0, "[CDR] CCdRead::nextLoc() : %i.\n", loc_);
+    logWrite(kLogPlugin, "[CDR] CCdRead::nextLoc() : %i.\n", loc_);
 }
 
-int CCdRead::readData() {
-    logWrite(0, "[CDR] CCdRead::readData().\n");
-    uint8_t* sector = area_;
+int CCdRead::readData() { return readDataInto(area_); }
+
+int CCdRead::readDataInto(uint8_t* sector) {
+    logWrite(kLogPlugin, "[CDR] CCdRead::readData().\n");
     int32_t result = 0;
     if (cachesBuilt_ && g_settings.caching && cacheDataLookup(loc_, sector, &result) == 0) return result;
     if (!data_) return -1;  // no disc open: the sector keeps what it holds
@@ -186,25 +187,25 @@ int CCdRead::readData() {
 }
 
 int CCdRead::readSubs() {
-    logWrite(0, "[CDR] CCdRead::readSubs().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::readSubs().\n");
     uint8_t* block = area_ + kRawSectorSize;
     generateSubchannel(loc_, block);
     int32_t result = 0;
     if (cachesBuilt_ && g_settings.caching && cacheSubLookup(loc_, block, &result) == 0) return result;
     if (!sub_) return 0;
     result = sub_->read(loc_, block);
-    if (result != 0) logWrite(0, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
+    if (result != 0) logWrite(kLogPlugin, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
     if (cachesBuilt_ && g_settings.caching) cacheSubStore(loc_, block, result);
     return result;
 }
 
 uint8_t* CCdRead::getData() {
-    logWrite(0, "[CDR] CCdRead::getData().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::getData().\n");
     return area_;
 }
 
 uint8_t* CCdRead::getSubs() {
-    logWrite(0, "[CDR] CCdRead::getSubs().\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::getSubs().\n");
     return area_ + kRawSectorSize;
 }
 

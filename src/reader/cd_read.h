@@ -32,7 +32,11 @@ public:
     int setLoc(Lba lba);
     Lba getLoc();
     void nextLoc();
+    // Reads the sector at the current position into the reader's own area (getData), or into a
+    // buffer of the caller's: the CD audio thread reads into its own, so that a pointer the host got
+    // from getData is never rewritten behind the host's back.
     int readData();
+    int readDataInto(uint8_t* sector);
     int readSubs();
     uint8_t* getData();
     uint8_t* getSubs();

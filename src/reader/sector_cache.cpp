@@ -40,7 +40,7 @@ int SectorCache::init(int32_t count) {
     freeList_ = payloads_ ? queueCreate() : -1;
     if (!payloads_ || !lbas_ || !results_ || !times_ || freeList_ < 0 ||
         queueAllocate(freeList_, count_ * static_cast<int32_t>(sizeof(int32_t))) != 0) {
-        logWrite(0, "%s", allocationWarning_);
+        logWrite(kLogPlugin, "%s", allocationWarning_);
         queueDestroy(&freeList_);
         std::free(payloads_);
         payloads_ = nullptr;

@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <cstring>
 
-#include "src/disc/q_crc.h"
+#include "src/disc/cd_utility.h"
 #include "tests/e2e/plugin_harness.h"
 #include "tests/unit/shell_command.h"
-#include "tools/fixtures/edc_ecc.h"
+#include "src/disc/cd_utility.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/psx_exe.h"
 
@@ -67,7 +67,7 @@ TEST_F(BuiltinDiscs, TemplateSectorsCarryValidEdcAndEcc) {
         EXPECT_EQ(std::vector<uint8_t>(sector + 11, sector + 24),
                   (std::vector<uint8_t>{0, bcd.minute, bcd.second, bcd.frame, 2, 0, 0, sm, 0, 0, 0, sm, 0}));
         std::memcpy(recomputed, sector, sizeof recomputed);
-        form2 ? fixtures::fillForm2Edc(recomputed) : fixtures::fillForm1EdcEcc(recomputed);
+        form2 ? fillForm2Edc(recomputed) : fillForm1EdcEcc(recomputed);
         EXPECT_EQ(std::memcmp(recomputed, sector, sizeof recomputed), 0) << "stored EDC/ECC differ";
         EXPECT_TRUE(!form2 || std::count(sector + 24, sector + 2348, 0) == 2324) << "Form 2 data is zero";
     }

@@ -2,7 +2,7 @@
 // plugin, and discs whose sheet, description or data file is odd, faulty or missing.
 #include <optional>
 
-#include "src/disc/q_crc.h"
+#include "src/disc/cd_utility.h"
 #include "tests/e2e/plugin_harness.h"
 #include "tools/fixtures/demo_disc.h"
 #include "tools/fixtures/demo_disc_copies.h"

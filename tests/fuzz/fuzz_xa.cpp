@@ -43,8 +43,8 @@ std::vector<fuzz::Seed> seeds() {
             // Direct decoding (first, then continuing), or the hand-off with XA on (a new read, then on).
             const uint8_t control = (index & 1) ? (k == 0 ? 0xC1 : 0x41) : (k == 0 ? 0x02 : 0x00);
             bytes.push_back(control);
-            bytes.insert(bytes.end(), sector.begin() + fixtures::kSubheaderOffset,
-                         sector.begin() + fixtures::kSubheaderOffset + kXaSectorSpan);
+            bytes.insert(bytes.end(), sector.begin() + kSubheaderOffset,
+                         sector.begin() + kSubheaderOffset + kXaSectorSpan);
         }
         out.push_back({"xa" + std::to_string(index++), bytes});
     }

@@ -13,7 +13,7 @@
 #include "tests/unit/shell_command.h"
 #include "tools/fixtures/cue_image.h"
 #include "tools/fixtures/demo_disc.h"
-#include "tools/fixtures/edc_ecc.h"
+#include "src/disc/cd_utility.h"
 #include "tools/fixtures/iso9660.h"
 #include "tools/fixtures/psx_exe.h"
 

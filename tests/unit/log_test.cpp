@@ -30,11 +30,11 @@ protected:
 TEST_F(LogTest, OnlyLevelsBelowTheThresholdAreWritten) {
     ASSERT_EQ(logOpen(kLog), 0);
     EXPECT_TRUE(logIsOpen());
-    logWrite(0, "[CDR] Shutdown()\n");
-    logWrite(1, "[CDR] level one\n");
-    logWrite(0, "[CDR] CCdRead::setLoc(%i).\n", 4350);
+    logWrite(kLogPlugin, "[CDR] Shutdown()\n");
+    logWrite(kLogController, "[CDR] level one\n");
+    logWrite(kLogPlugin, "[CDR] CCdRead::setLoc(%i).\n", 4350);
     g_settings.enablelogging = 0;  // read at each call
-    logWrite(0, "[CDR] after switching off\n");
+    logWrite(kLogPlugin, "[CDR] after switching off\n");
     // Unbuffered: the text is in the file before the log is closed.
     EXPECT_EQ(unit::readWholeFile(kLog), "[CDR] Shutdown()\n[CDR] CCdRead::setLoc(4350).\n");
     logClose();
@@ -46,8 +46,8 @@ TEST_F(LogTest, OnlyLevelsBelowTheThresholdAreWritten) {
 TEST_F(LogTest, LongMessagesAreCut) {
     ASSERT_EQ(logOpen(kLog), 0);
     const std::string text(5000, 'x');
-    logWrite(0, "%s!", text.c_str());
-    logWrite(0, "%s", "\n");
+    logWrite(kLogPlugin, "%s!", text.c_str());
+    logWrite(kLogPlugin, "%s", "\n");
     logClose();
     EXPECT_EQ(unit::readWholeFile(kLog), std::string(kLogMessageMax, 'x') + "\n");
 }
@@ -55,7 +55,7 @@ TEST_F(LogTest, LongMessagesAreCut) {
 TEST_F(LogTest, UnopenableFileLeavesTheLogClosed) {
     EXPECT_EQ(logOpen("./missing-directory/lumaDisc.log"), -1);
     EXPECT_FALSE(logIsOpen());
-    logWrite(0, "dropped\n");
+    logWrite(kLogPlugin, "dropped\n");
 }
 
 TEST_F(LogTest, MessagesFromTwoThreadsStayWhole) {
@@ -63,7 +63,7 @@ TEST_F(LogTest, MessagesFromTwoThreadsStayWhole) {
     const std::string a(200, 'a');
     const std::string b(300, 'b');
     auto writer = [](const std::string* text) {
-        for (int i = 0; i < 400; ++i) logWrite(0, "%s\n", text->c_str());
+        for (int i = 0; i < 400; ++i) logWrite(kLogPlugin, "%s\n", text->c_str());
     };
     std::thread first(writer, &a);
     std::thread second(writer, &b);

@@ -3,20 +3,21 @@
 // directory). Runs at build time on the build machine; the library never computes these bytes.
 //
 //   gen_template OUTPUT.cpp
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <fstream>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "src/formats/disc_template.h"
-#include "tools/fixtures/file_writer.h"
-#include "tools/fixtures/sector.h"
+#include "src/disc/cd_utility.h"
 
 namespace {
 
 using namespace lumadisc;
-using namespace lumadisc::fixtures;
 namespace layout = lumadisc::disc_template;
 
 using Block = std::vector<uint8_t>;  // 2048 bytes of user data
@@ -35,12 +36,31 @@ constexpr std::string_view kSystemAreaText =
     "chosen as the disc path. Its file system holds one file, PSX.EXE;1, whose sectors are read from\n"
     "that executable as the console asks for them.\n";
 
-void le16(uint8_t* out, uint32_t v) { out[0] = uint8_t(v); out[1] = uint8_t(v >> 8); }
-void be16(uint8_t* out, uint32_t v) { out[0] = uint8_t(v >> 8); out[1] = uint8_t(v); }
-void le32(uint8_t* out, uint32_t v) { for (int i = 0; i < 4; ++i) out[i] = uint8_t(v >> (8 * i)); }
-void be32(uint8_t* out, uint32_t v) { for (int i = 0; i < 4; ++i) out[i] = uint8_t(v >> (24 - 8 * i)); }
+using Sector = std::array<uint8_t, kRawSectorSize>;
+
+constexpr uint8_t kSubmodeData = 0x08;
+constexpr uint8_t kSubmodeForm2 = 0x20;
+
+void le16(uint8_t* out, uint32_t v) { writeLe16(out, v); }
+void be16(uint8_t* out, uint32_t v) { writeBe16(out, v); }
+void le32(uint8_t* out, uint32_t v) { writeLe32(out, v); }
+void be32(uint8_t* out, uint32_t v) { writeBe32(out, v); }
 void both16(uint8_t* out, uint32_t v) { le16(out, v); be16(out + 2, v); }
 void both32(uint8_t* out, uint32_t v) { le32(out, v); be32(out + 4, v); }
+
+// A Mode 2 sector of the built-in disc: Form 1 with user data, EDC and ECC, or Form 2 with zero data.
+Sector mode2Sector(Lba lba, const std::vector<uint8_t>& userData, bool form2) {
+    Sector sector{};
+    writeSectorHeader(sector.data(), lba, 2);
+    writeSubheader(sector.data(), 0, 0, form2 ? kSubmodeForm2 : kSubmodeData, 0);
+    if (form2) {
+        fillForm2Edc(sector.data());
+    } else {
+        std::memcpy(sector.data() + kMode2DataOffset, userData.data(), std::min<size_t>(userData.size(), kForm1UserSize));
+        fillForm1EdcEcc(sector.data());
+    }
+    return sector;
+}
 
 void blankPadded(uint8_t* out, std::string_view text, size_t width) {
     std::memset(out, ' ', width);
@@ -153,22 +173,20 @@ Block rootDirectory() {
 }
 
 std::vector<Sector> templateSectors() {
-    constexpr Subheader kForm1{0, 0, submode::kData, 0};
-    constexpr Subheader kForm2{0, 0, submode::kForm2, 0};
     std::vector<Sector> sectors;
     for (Lba lba = 0; lba < kDescriptorLba; ++lba) {
         if (lba >= kSystemAreaForm1) {
-            sectors.push_back(form2Sector(lba, {}, kForm2));
+            sectors.push_back(mode2Sector(lba, {}, true));
             continue;
         }
         Block data(kForm1UserSize, 0);
         if (lba == 0) std::memcpy(data.data(), kSystemAreaText.data(), kSystemAreaText.size());
-        sectors.push_back(form1Sector(lba, data, kForm1));
+        sectors.push_back(mode2Sector(lba, data, false));
     }
     const Block blocks[] = {primaryVolumeDescriptor(), terminator(), pathTable(false), pathTable(false),
                             pathTable(true),           pathTable(true), rootDirectory()};
     for (const Block& block : blocks)
-        sectors.push_back(form1Sector(static_cast<Lba>(sectors.size()), block, kForm1));
+        sectors.push_back(mode2Sector(static_cast<Lba>(sectors.size()), block, false));
     return sectors;
 }
 
@@ -204,9 +222,12 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "gen_template: %zu sectors made, %d expected\n", sectors.size(), layout::kSectors);
         return 1;
     }
-    std::string error;
-    if (!writeText(argv[1], sourceText(sectors), &error)) {
-        std::fprintf(stderr, "gen_template: %s\n", error.c_str());
+    const std::string text = sourceText(sectors);
+    std::ofstream out(argv[1], std::ios::binary | std::ios::trunc);
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+    out.close();
+    if (!out) {
+        std::fprintf(stderr, "gen_template: cannot write %s\n", argv[1]);
         return 1;
     }
     return 0;

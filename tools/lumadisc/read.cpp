@@ -1,7 +1,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "src/disc/q_crc.h"
+#include "src/disc/cd_utility.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
