@@ -13,7 +13,7 @@ void generateSubchannel(Lba lba, uint8_t* block);
 
 class CCdAutoSub final : public CCdVirtualSub {
 public:
-    int open() override { return 0; }
+    int open(const char*) override { return 0; }
     void close() override {}
     int read(Lba lba, uint8_t* block) override {
         generateSubchannel(lba, block);

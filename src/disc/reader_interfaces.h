@@ -8,9 +8,11 @@
 
 namespace lumadisc {
 
+// Every role opens with the disc path that the reader front hands it; no reader looks the path up
+// itself.
 class CCdVirtualToc {
 public:
-    virtual int open() = 0;
+    virtual int open(const char* path) = 0;
     virtual void close() = 0;
     // 1 data disc, 2 audio disc, -1 no track.
     virtual int getDiscType() = 0;
@@ -25,7 +27,7 @@ protected:
 
 class CCdVirtualData {
 public:
-    virtual int open() = 0;
+    virtual int open(const char* path) = 0;
     virtual void close() = 0;
     // Fills a RawSector; a negative result is a failed read.
     virtual int read(Lba lba, uint8_t* sector) = 0;
@@ -36,7 +38,7 @@ protected:
 
 class CCdVirtualSub {
 public:
-    virtual int open() = 0;
+    virtual int open(const char* path) = 0;
     virtual void close() = 0;
     // Fills a SubchannelBlock; any nonzero result keeps the generated block.
     virtual int read(Lba lba, uint8_t* block) = 0;

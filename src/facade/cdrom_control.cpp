@@ -2,6 +2,7 @@
 
 #include "audio/cd_play.h"
 #include "config/log.h"
+#include "config/settings.h"
 #include "reader/cd_read.h"
 
 namespace lumadisc {
@@ -28,7 +29,7 @@ int CCdromControl::open() {
     if (g_cdPlay.streaming()) g_cdPlay.close();
     {
         ReaderLock lock(cdromMutex());
-        if (g_cdRead.open() != 0) return -1;
+        if (g_cdRead.open(g_settings.current) != 0) return -1;
     }
     return g_cdPlay.open() == 0 ? 0 : -1;
 }

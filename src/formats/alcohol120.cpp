@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "config/log.h"
-#include "config/settings.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -37,9 +36,8 @@ MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table
     return MdsParse::kOk;
 }
 
-int CCdAlcohol120Toc::open() {
+int CCdAlcohol120Toc::open(const char* path) {
     table_.clear();
-    const char* path = g_settings.current;
     ImageFile descriptor;
     if (!descriptor.open(path)) {
         logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
@@ -51,7 +49,7 @@ int CCdAlcohol120Toc::open() {
 
     // Row 0 is the lead-out of the data file; the tracks follow it.
     char dataPath[kPathCapacity];
-    const bool haveDataPath = companionPath(".mdf", dataPath);
+    const bool haveDataPath = companionPathOf(path, ".mdf", dataPath);
     TrackTable table;
     table.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
     switch (mdsParseDescriptor(bytes.data(), bytes.size(), table)) {
@@ -68,9 +66,9 @@ int CCdAlcohol120Toc::open() {
     return -1;
 }
 
-int CCdAlcohol120Sub::open() {
+int CCdAlcohol120Sub::open(const char* path) {
     char dataPath[kPathCapacity];
-    if (!companionPath(".mdf", dataPath) || !file_.open(dataPath)) {
+    if (!companionPathOf(path, ".mdf", dataPath) || !file_.open(dataPath)) {
         logWrite(kLogPlugin, "[CDR] Error: sub file not opened (%s).\n", dataPath);
         return -1;
     }

@@ -25,7 +25,7 @@ MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table
 class CCdAlcohol120Toc final : public CCdTableToc {
 public:
     CCdAlcohol120Toc() : CCdTableToc(true) {}
-    int open() override;
+    int open(const char* path) override;
 };
 
 class CCdAlcohol120Data final : public CCdSectorFileData {
@@ -36,7 +36,7 @@ public:
 // Opens the data file a second time but delivers no subchannel: the reader front keeps its block.
 class CCdAlcohol120Sub final : public CCdVirtualSub {
 public:
-    int open() override;
+    int open(const char* path) override;
     void close() override { file_.close(); }
     int read(Lba, uint8_t*) override { return 0; }
 

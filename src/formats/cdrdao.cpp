@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "config/log.h"
-#include "config/settings.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -41,9 +40,8 @@ FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table) 
     return FullTocParse::kOk;
 }
 
-int CCdCdrdaoToc::open() {
+int CCdCdrdaoToc::open(const char* path) {
     table_.clear();
-    const char* path = g_settings.current;
     if (!file_.open(path)) {
         logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
         return -1;

@@ -29,7 +29,7 @@ FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table);
 class CCdCdrdaoToc final : public CCdTableToc {
 public:
     CCdCdrdaoToc() : CCdTableToc(false) {}
-    int open() override;
+    int open(const char* path) override;
     void close() override { file_.close(); }
 
 private:
@@ -45,7 +45,7 @@ public:
 // Delivers nothing: the reader front keeps its block (a ".sub" file or the generated one).
 class CCdCdrdaoSub final : public CCdVirtualSub {
 public:
-    int open() override { return 0; }
+    int open(const char*) override { return 0; }
     void close() override {}
     int read(Lba, uint8_t*) override { return 0; }
 };

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "config/log.h"
-#include "config/settings.h"
 #include "disc/auto_sub.h"
 #include "support/paths.h"
 
@@ -98,9 +97,9 @@ void cueBuildTable(const std::vector<std::string>& tokens, TrackTable& table) {
     }
 }
 
-int CCdCdrwinToc::open() {
+int CCdCdrwinToc::open(const char* path) {
     table_.clear();
-    const char* sheetPath = g_settings.current;
+    const char* sheetPath = path;
     char dataPath[kPathCapacity];
     const bool haveDataPath = companionPathOf(sheetPath, ".bin", dataPath);
     table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);

@@ -19,7 +19,7 @@ void cueBuildTable(const std::vector<std::string>& tokens, TrackTable& table);
 class CCdCdrwinToc final : public CCdTableToc {
 public:
     CCdCdrwinToc() : CCdTableToc(false) {}
-    int open() override;
+    int open(const char* path) override;
 };
 
 class CCdCdrwinData final : public CCdSectorFileData {
@@ -30,7 +30,7 @@ public:
 // The kind's own subchannel: the generated block.
 class CCdCdrwinSub final : public CCdVirtualSub {
 public:
-    int open() override { return 0; }
+    int open(const char*) override { return 0; }
     void close() override {}
     int read(Lba lba, uint8_t* block) override;
 };

@@ -5,7 +5,6 @@
 #include <cstdio>
 
 #include "config/log.h"
-#include "config/settings.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -40,21 +39,21 @@ int clonecdReadControl(const char* path, TrackTable& table) {
     return 0;
 }
 
-int CCdClonecdToc::open() {
+int CCdClonecdToc::open(const char* path) {
     table_.clear();
     char dataPath[kPathCapacity];
-    const bool haveDataPath = companionPath(".img", dataPath);
+    const bool haveDataPath = companionPathOf(path, ".img", dataPath);
     table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
-    if (clonecdReadControl(g_settings.current, table_) != 0) {
-        logWrite(kLogPlugin, "[CDR] Error: toc file not opened (%s).\n", g_settings.current);
+    if (clonecdReadControl(path, table_) != 0) {
+        logWrite(kLogPlugin, "[CDR] Error: toc file not opened (%s).\n", path);
         return -1;
     }
     return 0;
 }
 
-int CCdClonecdSub::open() {
+int CCdClonecdSub::open(const char* path) {
     char subPath[kPathCapacity];
-    if (!companionPath(".sub", subPath) || !file_.open(subPath)) {
+    if (!companionPathOf(path, ".sub", subPath) || !file_.open(subPath)) {
         logWrite(kLogPlugin, "[CDR] Warning: sub file not opened (%s).\n", subPath);
         return -1;
     }

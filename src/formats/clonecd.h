@@ -18,7 +18,7 @@ int clonecdReadControl(const char* path, TrackTable& table);
 class CCdClonecdToc final : public CCdTableToc {
 public:
     CCdClonecdToc() : CCdTableToc(false) {}
-    int open() override;
+    int open(const char* path) override;
 };
 
 class CCdClonecdData final : public CCdSectorFileData {
@@ -28,7 +28,7 @@ public:
 
 class CCdClonecdSub final : public CCdVirtualSub {
 public:
-    int open() override;
+    int open(const char* path) override;
     void close() override { file_.close(); }
     int read(Lba lba, uint8_t* block) override;
 

@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "config/log.h"
-#include "config/settings.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -13,13 +12,9 @@ bool companionPathOf(const char* imagePath, const char* extension, char* path) {
     return replaceExtension(path, kPathCapacity, extension) == 0;
 }
 
-bool companionPath(const char* extension, char* path) {
-    return companionPathOf(g_settings.current, extension, path);
-}
-
-int CCdSectorFileData::open() {
+int CCdSectorFileData::open(const char* imagePath) {
     char path[kPathCapacity];
-    if (!companionPath(extension_, path) || !file_.open(path)) {
+    if (!companionPathOf(imagePath, extension_, path) || !file_.open(path)) {
         logWrite(kLogPlugin, failureFormat_, path);
         return -1;
     }

@@ -1,4 +1,4 @@
-// Companion files of the disc: the configured disc path with its extension replaced (".bin",
+// Companion files of the disc: the disc path with its extension replaced (".bin",
 // ".img", ".sub", ".mdf", ".ppf").
 #pragma once
 
@@ -12,14 +12,12 @@ namespace lumadisc {
 // Writes the companion path of imagePath into path (kPathCapacity bytes); false when it would not
 // fit, path then holding imagePath as it is.
 bool companionPathOf(const char* imagePath, const char* extension, char* path);
-// The same for the configured disc path.
-bool companionPath(const char* extension, char* path);
 
 // Main-channel sectors from a companion file: sector n is the first 2352 bytes of record n of
 // `stride` bytes. A read past the end copies what exists and leaves the rest of the buffer.
 class CCdSectorFileData : public CCdVirtualData {
 public:
-    int open() override;
+    int open(const char* path) override;
     void close() override { file_.close(); }
     int read(Lba lba, uint8_t* sector) override;
 

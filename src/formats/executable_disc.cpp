@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "config/log.h"
-#include "config/settings.h"
 #include "formats/disc_template.h"
 
 namespace lumadisc {
@@ -19,16 +18,16 @@ static_assert(disc_template::kSectorSize == kRawSectorSize);
 
 }  // namespace
 
-int CCdAutoToc::open() {
+int CCdAutoToc::open(const char*) {
     table_.clear();
     table_.append(kTrackData, disc_template::kVolumeSectors);
     table_.append(kTrackData, 0);
     return 0;
 }
 
-int CCdExecutableData::open() {
-    if (!file_.open(g_settings.current)) {
-        logWrite(kLogPlugin, "[CDR] Error: data file not opened (%s).\n", g_settings.current);
+int CCdExecutableData::open(const char* path) {
+    if (!file_.open(path)) {
+        logWrite(kLogPlugin, "[CDR] Error: data file not opened (%s).\n", path);
         return -1;
     }
     return 0;

@@ -13,13 +13,13 @@ class CCdAutoToc final : public CCdTableToc {
 public:
     CCdAutoToc() : CCdTableToc(true) {}
     // Row 0: the lead-out at the end of the template's volume; row 1: the data track at Lba 0.
-    int open() override;
+    int open(const char* path) override;
 };
 
 class CCdExecutableData final : public CCdVirtualData {
 public:
     // Opens the disc path itself, the executable.
-    int open() override;
+    int open(const char* path) override;
     void close() override { file_.close(); }
     // Lba 0..22: the template sector. From Lba 23: a Form 1 header and subheader, then the
     // executable's bytes from (lba - 23) * 2048; no EDC/ECC, and past the end of the file the data

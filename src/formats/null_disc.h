@@ -8,7 +8,7 @@ namespace lumadisc {
 
 class CCdNullToc final : public CCdVirtualToc {
 public:
-    int open() override { return 0; }
+    int open(const char*) override { return 0; }
     void close() override {}
     int getDiscType() override { return kTrackData; }
     // No track: neither query writes its buffer.
@@ -18,14 +18,14 @@ public:
 
 class CCdNullData final : public CCdVirtualData {
 public:
-    int open() override { return 0; }
+    int open(const char*) override { return 0; }
     void close() override {}
     int read(Lba, uint8_t*) override { return -1; }
 };
 
 class CCdNullSub final : public CCdVirtualSub {
 public:
-    int open() override { return 0; }
+    int open(const char*) override { return 0; }
     void close() override {}
     int read(Lba, uint8_t*) override { return -1; }
 };

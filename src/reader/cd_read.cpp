@@ -84,34 +84,34 @@ bool CCdRead::bindKind(DiscType kind) {
     }
 }
 
-void CCdRead::chooseSubchannelSource() {
+void CCdRead::chooseSubchannelSource(const char* path) {
     if (!g_settings.readsubchannels) {
         sub_ = &g_autoSub;
-        sub_->open();
+        sub_->open(path);
         return;
     }
-    if (g_clonecdSub.open() == 0) {
+    if (g_clonecdSub.open(path) == 0) {
         sub_ = &g_clonecdSub;
         return;
     }
     // The kind's own source is opened in passing; every disc without a ".sub" file is served by
     // the generated subchannel, so the kind's source is closed again at once.
     CCdVirtualSub* own = sub_;
-    if (own->open() == 0) own->close();
+    if (own->open(path) == 0) own->close();
     sub_ = &g_autoSub;
-    sub_->open();
+    sub_->open(path);
 }
 
-int CCdRead::open() {
+int CCdRead::open(const char* path) {
     if (toc_ || cachesBuilt_) close();  // a disc swap: the previous disc is released first
     logWrite(kLogPlugin, "[CDR] CCdRead::open().\n");
-    if (!bindKind(discTypeOfPath(g_settings.current))) return -1;
-    if (toc_->open() != 0) return -1;
-    if (data_->open() != 0) return -1;
-    chooseSubchannelSource();
+    if (!bindKind(discTypeOfPath(path))) return -1;
+    if (toc_->open(path) != 0) return -1;
+    if (data_->open(path) != 0) return -1;
+    chooseSubchannelSource(path);
     loc_ = 0;
     std::memset(area_, 0, sizeof area_);
-    if (g_settings.ppfpatching) patch_.load(g_settings.current);
+    if (g_settings.ppfpatching) patch_.load(path);
     if (g_settings.caching) {
         cacheDataInit(g_settings.cachinglevel);
         cacheSubInit(g_settings.cachinglevel);

@@ -23,8 +23,9 @@ class CCdRead {
 public:
     int init();
     void shutdown();
-    // Opens the disc at the configured path; a disc still open is closed first.
-    int open();
+    // Opens the disc at path (the settings' current disc, handed down by the facade); a disc still
+    // open is closed first.
+    int open(const char* path);
     void close();
     int getDiscType();
     int getTN(uint8_t* buffer);
@@ -45,7 +46,7 @@ public:
 
 private:
     bool bindKind(DiscType kind);
-    void chooseSubchannelSource();
+    void chooseSubchannelSource(const char* path);
 
     CCdVirtualToc* toc_ = nullptr;
     CCdVirtualData* data_ = nullptr;
