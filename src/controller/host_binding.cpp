@@ -18,17 +18,13 @@
 #include "controller/registers.h"
 #include "controller/save_state.h"
 #include "controller/sector_delivery.h"
-#include "config/catalogue.h"
+#include "facade/plugin_lifetime.h"
 #include "support/input_devices.h"
-#include "support/list_pool.h"
-#include "support/queue_pool.h"
-#include "support/timers.h"
 
 namespace lumadisc {
 
 namespace {
 
-constexpr const char* kLogPath = "./lumaDisc.log";
 constexpr uint32_t kDmaChannel = 3;
 constexpr uint32_t kFirstPort = 0x1800;
 constexpr uint32_t kPortCount = 4;
@@ -97,20 +93,13 @@ void hostRegisterService(const char* name, void* function) {
 
 long entryInit() {
     logWrite(kLogController, "[CDR] Init()\n");
-    listPoolInit();
-    queuePoolInit();
-    timerInit();
-    inputInit();
-    catalogueInit();
-    recentInit();
-    psxcdrsystem.init();
+    pluginStartUp(PluginFace::kExtended, psxcdrsystem);
     discServicesRegister();
     return 0;
 }
 
 long entryOpen() {
-    settingsLoad(&g_settings);
-    logOpen(kLogPath);
+    pluginLoadSettingsAndLog(false, nullptr);
     logWrite(kLogController, "[CDR] Open()\n");
     inputOpen();
 
@@ -177,13 +166,7 @@ long entryClose() {
 }
 
 long entryShutdown() {
-    psxcdrsystem.shutdown();
-    catalogueShutdown();
-    recentShutdown();
-    inputShutdown();
-    timerShutdown();
-    queuePoolShutdown();
-    listPoolShutdown();
+    pluginShutDown(PluginFace::kExtended, psxcdrsystem);
     logWrite(kLogController, "[CDR] Shutdown()\n");
     return 0;
 }

@@ -6,17 +6,14 @@
 
 #include "audio/cd_play.h"
 #include "config/config_program.h"
-#include "plugin/hot_keys.h"
 #include "config/log.h"
 #include "config/message_file.h"
 #include "config/settings.h"
 #include "facade/cdrom_control.h"
-#include "config/catalogue.h"
+#include "facade/plugin_lifetime.h"
 #include "lumadisc/host_api.h"
+#include "plugin/hot_keys.h"
 #include "support/input_devices.h"
-#include "support/list_pool.h"
-#include "support/queue_pool.h"
-#include "support/timers.h"
 
 namespace lumadisc {
 namespace {
@@ -26,32 +23,17 @@ bool g_opened = false;
 std::thread g_hotKeyThread;
 CCdromControl g_cdrom;
 char g_libName[] = "lumaDisc";
-constexpr const char* kLogPath = "./lumaDisc.log";
 constexpr const char* kConfigDirectory = "configs";
 
 void startUp() {
-    listPoolInit();
-    queuePoolInit();
-    timerInit();
-    inputInit();
-    messageFileInit();
-    catalogueInit();
-    recentInit();
-    g_cdrom.init();
+    pluginStartUp(PluginFace::kClassic, g_cdrom);
     g_initialised = true;
     logWrite(kLogPlugin, "[CDR] Init()\n");
 }
 
 void shutDown() {
     logWrite(kLogPlugin, "[CDR] Shutdown()\n");
-    g_cdrom.shutdown();
-    catalogueShutdown();
-    recentShutdown();
-    messageFileShutdown();
-    inputShutdown();
-    timerShutdown();
-    queuePoolShutdown();
-    listPoolShutdown();
+    pluginShutDown(PluginFace::kClassic, g_cdrom);
     logClose();
     g_initialised = false;
 }
@@ -71,12 +53,7 @@ void closeSequence() {
 }
 
 long openSequence() {
-    settingsLoad(&g_settings);
-    if (g_settings.calldialogonstart) {
-        runConfigProgram(kConfigDirectory);
-        settingsLoad(&g_settings);
-    }
-    logOpen(kLogPath);
+    pluginLoadSettingsAndLog(true, kConfigDirectory);
     logWrite(kLogPlugin, "[CDR] CDRopen()\n");
     inputOpen();
     messageFileCreate();
