@@ -78,19 +78,6 @@ void sleepSeconds(double seconds) {
     while (nanosleep(&request, &remaining) != 0 && errno == EINTR) request = remaining;
 }
 
-int findNoCase(const char* haystack, const char* needle) {
-    if (haystack == nullptr || needle == nullptr) return -1;
-    const size_t haystackLength = std::strlen(haystack);
-    const size_t needleLength = std::strlen(needle);
-    if (haystackLength == 0 || needleLength > haystackLength) return -1;
-    for (size_t at = 0; at + needleLength <= haystackLength; ++at) {
-        size_t i = 0;
-        while (i < needleLength && sameNoCase(haystack[at + i], needle[i])) ++i;
-        if (i == needleLength) return static_cast<int>(at);
-    }
-    return -1;
-}
-
 int endsWithNoCase(const char* text, const char* suffix) {
     if (text == nullptr || suffix == nullptr) return 0;
     const size_t textLength = std::strlen(text);

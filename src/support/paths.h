@@ -15,8 +15,6 @@ int makeDirectories(const char* path);
 int processId();
 // Sleeps seconds * 1000 milliseconds, truncated to whole milliseconds.
 void sleepSeconds(double seconds);
-// First position of needle in haystack ignoring case, or -1.
-int findNoCase(const char* haystack, const char* needle);
 // 1 when text ends with suffix ignoring case; 0 when the suffix is empty or longer.
 int endsWithNoCase(const char* text, const char* suffix);
 // Keeps up to and including the last backslash; no backslash leaves it empty.

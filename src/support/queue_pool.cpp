@@ -15,8 +15,6 @@ struct QueueSlot {
     int32_t count;
     int32_t readPosition;
     int32_t writePosition;
-    bool overflow;
-    bool underflow;
 };
 
 QueueSlot g_queues[kQueueSlots];
@@ -69,7 +67,6 @@ int queueAllocate(int handle, int32_t n) {
     QueueSlot* queue = slotOf(handle);
     if (queue == nullptr || n < 0) return -1;
     releaseBuffer(*queue);
-    queue->overflow = queue->underflow = false;
     if (n == 0) return 0;
     queue->buffer = static_cast<uint8_t*>(std::malloc(static_cast<size_t>(n)));
     if (queue->buffer == nullptr) return -1;
@@ -77,44 +74,18 @@ int queueAllocate(int handle, int32_t n) {
     return 0;
 }
 
-void queueReleaseBuffer(int handle) {
-    if (QueueSlot* queue = slotOf(handle)) releaseBuffer(*queue);
-}
-
-int32_t queueCapacity(int handle) {
-    const QueueSlot* queue = slotOf(handle);
-    return queue != nullptr ? queue->capacity : 0;
-}
-
-int32_t queueCount(int handle) {
-    const QueueSlot* queue = slotOf(handle);
-    return queue != nullptr ? queue->count : 0;
-}
-
 bool queueEmpty(int handle) {
-    return queueCount(handle) == 0;
+    const QueueSlot* queue = slotOf(handle);
+    return queue == nullptr || queue->count == 0;
 }
 
 bool queueFull(int handle) {
-    return queueCount(handle) == queueCapacity(handle);
-}
-
-bool queueOverflow(int handle) {
     const QueueSlot* queue = slotOf(handle);
-    return queue != nullptr && queue->overflow;
+    return queue == nullptr || queue->count == queue->capacity;
 }
 
-bool queueUnderflow(int handle) {
-    const QueueSlot* queue = slotOf(handle);
-    return queue != nullptr && queue->underflow;
-}
-
-void queueClearFlags(int handle) {
-    if (QueueSlot* queue = slotOf(handle)) queue->overflow = queue->underflow = false;
-}
-
-// Bytes move as if one at a time: whatever fits goes in, and a write that runs out of room sets
-// the sticky overflow flag and fails without taking back what it already wrote.
+// Bytes move as if one at a time: whatever fits goes in, and a write that runs out of room fails
+// without taking back what it already wrote.
 int queueWrite(int handle, const void* source, int32_t n) {
     QueueSlot* queue = slotOf(handle);
     if (queue == nullptr || n < 0 || (source == nullptr && n > 0)) return -1;
@@ -127,14 +98,11 @@ int queueWrite(int handle, const void* source, int32_t n) {
         queue->writePosition = (queue->writePosition + chunk) % queue->capacity;
     }
     queue->count += moving;
-    if (moving < n) {
-        queue->overflow = true;
-        return -1;
-    }
+    if (moving < n) return -1;
     return 0;
 }
 
-// The mirror of queueWrite: the bytes that were there are delivered, the rest is an underflow.
+// The mirror of queueWrite: the bytes that were there are delivered, and a short read fails.
 int queueRead(int handle, void* destination, int32_t n) {
     QueueSlot* queue = slotOf(handle);
     if (queue == nullptr || n < 0 || (destination == nullptr && n > 0)) return -1;
@@ -147,10 +115,7 @@ int queueRead(int handle, void* destination, int32_t n) {
         queue->readPosition = (queue->readPosition + chunk) % queue->capacity;
     }
     queue->count -= moving;
-    if (moving < n) {
-        queue->underflow = true;
-        return -1;
-    }
+    if (moving < n) return -1;
     return 0;
 }
 

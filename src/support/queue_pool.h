@@ -13,15 +13,9 @@ int queueCreate();
 void queueDestroy(int* handle);
 // Gives the queue a buffer of n bytes; -1 when the heap refuses.
 int queueAllocate(int handle, int32_t n);
-void queueReleaseBuffer(int handle);
-int32_t queueCapacity(int handle);
-int32_t queueCount(int handle);
 bool queueEmpty(int handle);
 bool queueFull(int handle);
-bool queueOverflow(int handle);
-bool queueUnderflow(int handle);
-void queueClearFlags(int handle);
-// 0, or -1 with the sticky flag set when the queue fills (empties) before n bytes moved.
+// 0, or -1 when the queue fills (empties) before n bytes moved; what fitted has moved.
 int queueWrite(int handle, const void* source, int32_t n);
 int queueRead(int handle, void* destination, int32_t n);
 
