@@ -38,8 +38,6 @@ constexpr int kResponseLimit = 16;
 
 }  // namespace
 
-uint8_t toBcd(unsigned value) { return static_cast<uint8_t>((value / 10) * 16 + value % 10); }
-unsigned fromBcd(uint8_t value) { return (value >> 4) * 10 + (value & 0x0F); }
 
 bool CommandResult::error() const {
     for (const Response& response : responses)
@@ -176,11 +174,8 @@ std::optional<SectorData> ConsoleDriver::nextSector(uint32_t bytes) {
 
 std::vector<std::vector<uint8_t>> ConsoleDriver::readSectors(int32_t lba, int count, uint32_t bytes) {
     std::vector<std::vector<uint8_t>> sectors;
-    const int32_t absolute = lba + 150;
-    const uint8_t minute = toBcd(static_cast<unsigned>(absolute / (60 * 75)));
-    const uint8_t second = toBcd(static_cast<unsigned>(absolute / 75 % 60));
-    const uint8_t frame = toBcd(static_cast<unsigned>(absolute % 75));
-    if (command(kCmdSetloc, {minute, second, frame}).error()) return sectors;
+    const lumadisc::Msf at = lumadisc::bcdMsf(lumadisc::msfFromLba(lba));
+    if (command(kCmdSetloc, {at.minute, at.second, at.frame}).error()) return sectors;
     const CommandResult read = command(kCmdReadN);
     if (read.complete && !read.error()) {
         for (int i = 0; i < count; ++i) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/console_host.h"
+#include "src/disc/cd_utility.h"
 
 namespace lumadisc::host {
 
@@ -127,7 +128,5 @@ private:
 };
 
 // Binary to BCD and back, for positions and track numbers on the ports.
-uint8_t toBcd(unsigned value);
-unsigned fromBcd(uint8_t value);
 
 }  // namespace lumadisc::host

@@ -25,7 +25,7 @@ int32_t rowType(uint8_t adrControl) { return (adrControl & 0x0C) == 0x04 ? kTrac
 
 FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table) {
     if (size < kFullTocHeaderSize) return FullTocParse::kTruncated;
-    const size_t length = static_cast<size_t>(bytes[0]) << 8 | bytes[1];
+    const size_t length = readBe16(bytes);
     if (length <= kMinimumLength) return FullTocParse::kOk;
     const size_t descriptorBytes = length - 2;
     if (size - kFullTocHeaderSize < descriptorBytes) return FullTocParse::kTruncated;

@@ -21,15 +21,6 @@ constexpr int64_t kVersion1RecordsStart = 56;
 constexpr int64_t kVersion3RecordsStart = 60;
 constexpr int64_t kBlockCheckRecordsStart = 1084;  // versions 2, and 3 with the block-check area
 
-uint32_t littleEndian32(const uint8_t* bytes) {
-    return static_cast<uint32_t>(bytes[0]) | static_cast<uint32_t>(bytes[1]) << 8 |
-           static_cast<uint32_t>(bytes[2]) << 16 | static_cast<uint32_t>(bytes[3]) << 24;
-}
-
-uint64_t littleEndian64(const uint8_t* bytes) {
-    return static_cast<uint64_t>(littleEndian32(bytes)) | static_cast<uint64_t>(littleEndian32(bytes + 4)) << 32;
-}
-
 // The sector holding a byte offset of the image, rounding towards minus infinity.
 int64_t sectorOf(int64_t offset) {
     int64_t sector = offset / kRawSectorSize;
@@ -122,7 +113,7 @@ void CCdPpfPatch::readDescriptionLength() {
     const uint8_t* field = data_.get() + size_ - width;
     if (std::memcmp(field - 4, ".DIZ", 4) != 0) return;
     // The 4-byte length is signed; the 2-byte one cannot be negative.
-    const int64_t described = width == 4 ? static_cast<int64_t>(static_cast<int32_t>(littleEndian32(field)))
+    const int64_t described = width == 4 ? static_cast<int64_t>(static_cast<int32_t>(readLe32(field)))
                                          : static_cast<int64_t>(field[0] | field[1] << 8);
     const int64_t length = described + (version_ == 2 ? 38 : 36);
     if (length < 0) {
@@ -144,8 +135,8 @@ void CCdPpfPatch::buildIndex() {
     const int64_t header = wideOffsets ? 9 : 5;
     const uint8_t* bytes = data_.get();
     for (int64_t at = first; at + header <= end;) {
-        const int64_t offset = wideOffsets ? static_cast<int64_t>(littleEndian64(bytes + at))
-                                           : static_cast<int64_t>(static_cast<int32_t>(littleEndian32(bytes + at)));
+        const int64_t offset = wideOffsets ? static_cast<int64_t>(readLe64(bytes + at))
+                                           : static_cast<int64_t>(static_cast<int32_t>(readLe32(bytes + at)));
         const int64_t count = bytes[at + header - 1];
         if (at + header + count > end) break;
         const int64_t sector = sectorOf(offset);

@@ -322,7 +322,7 @@ TEST_F(AudioPlayer, PlayFeedsSpuPlayCddaFromTheStreamingThreadUntilStopOrPause) 
     host::ConsoleDriver driver(console);
     const Lba audio = image.trackStarts[1];
     const Msf at = msfFromLba(audio);
-    const std::vector<uint8_t> setloc = {host::toBcd(at.minute), host::toBcd(at.second), host::toBcd(at.frame)};
+    const std::vector<uint8_t> setloc = {lumadisc::bcdFromBinary(at.minute), lumadisc::bcdFromBinary(at.second), lumadisc::bcdFromBinary(at.frame)};
     auto startPlay = [&] {
         ASSERT_TRUE(driver.command(host::kCmdSetloc, setloc).complete);
         ASSERT_TRUE(driver.command(host::kCmdPlay).complete);

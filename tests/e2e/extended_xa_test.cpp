@@ -83,8 +83,8 @@ protected:
     void readXa(uint8_t mode, uint8_t file, uint8_t channel, Lba from, int count) {
         ASSERT_FALSE(driver_.command(kCmdSetfilter, {file, channel}).error());
         ASSERT_FALSE(driver_.command(kCmdSetmode, {mode}).error());
-        const int32_t at = from + 150;
-        ASSERT_FALSE(driver_.command(kCmdSetloc, {toBcd(at / 4500), toBcd(at / 75 % 60), toBcd(at % 75)}).error());
+        const Msf at = bcdMsf(msfFromLba(from));
+        ASSERT_FALSE(driver_.command(kCmdSetloc, {at.minute, at.second, at.frame}).error());
         ASSERT_TRUE(driver_.command(kCmdReadS).complete);
         for (int i = 0; i < count; ++i) ASSERT_TRUE(driver_.nextSector(2048)) << "sector " << from + i;
         driver_.command(kCmdPause);

@@ -204,11 +204,11 @@ int runBoot(const CommonOptions& options, const Arguments& arguments) {
     const host::CommandResult tn = driver.command(host::kCmdGetTN);
     unsigned firstTrack = 1, lastTrack = 1;
     if (tn.complete && !tn.error() && tn.bytes().size() >= 3) {
-        firstTrack = host::fromBcd(tn.bytes()[1]);
-        lastTrack = host::fromBcd(tn.bytes()[2]);
+        firstTrack = lumadisc::binaryFromBcd(tn.bytes()[1]);
+        lastTrack = lumadisc::binaryFromBcd(tn.bytes()[2]);
     }
     for (unsigned track = firstTrack; track <= lastTrack && track <= 99; ++track)
-        driver.command(host::kCmdGetTD, {host::toBcd(track)});
+        driver.command(host::kCmdGetTD, {lumadisc::bcdFromBinary(track)});
     driver.command(host::kCmdGetTD, {0x00});  // the lead-out
     driver.command(host::kCmdSetmode, {0x80});  // double speed, 2048-byte sectors
 

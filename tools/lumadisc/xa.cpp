@@ -89,7 +89,7 @@ int parseArguments(const Arguments& arguments, XaOptions* options) {
 }
 
 std::vector<uint8_t> setlocParameters(const Msf& msf) {
-    return {host::toBcd(msf.minute), host::toBcd(msf.second), host::toBcd(msf.frame)};
+    return {lumadisc::bcdFromBinary(msf.minute), lumadisc::bcdFromBinary(msf.second), lumadisc::bcdFromBinary(msf.frame)};
 }
 
 // The file number of the first XA audio sector from `start` on, read without XA decoding.
