@@ -180,6 +180,9 @@ void CCdPlay::streamThread() {
             if (playing_.load() == 0) {
                 idle_ = 1;
             } else {
+                // The current subchannel block follows the sector being played, so the position
+                // reports, the host's subchannel and a save state see where the music is.
+                g_cdRead.readSubs();
                 g_cdRead.readDataInto(audio_);
                 // A data sector: silence, and the position stays on it until stopped or moved.
                 if (!sectorHasSync(audio_)) {

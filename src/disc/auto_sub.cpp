@@ -10,11 +10,13 @@ CCdAutoSub g_autoSub;
 
 namespace {
 
-// Positions outside the disc still give a time: the frame count is taken modulo 100 minutes.
+// A time of 100 minutes and more goes through the BCD rule as it is (100 gives 0xA0, the minute cut
+// to 8 bits first). A time before the disc's start counts back from 100 minutes (Lba -151 is
+// absolute 99:59:74), as a drive's lead-in does, instead of showing negative digits.
 void writeBcdTime(int64_t frames, uint8_t* out) {
     constexpr int64_t kHundredMinutes = 100LL * kFramesPerMinute;
-    const int32_t wrapped = static_cast<int32_t>(((frames % kHundredMinutes) + kHundredMinutes) % kHundredMinutes);
-    const Msf msf = bcdMsf(msfFromFrames(wrapped));
+    if (frames < 0) frames = (frames % kHundredMinutes + kHundredMinutes) % kHundredMinutes;
+    const Msf msf = bcdMsf(msfFromFrames(frames));
     out[0] = msf.minute;
     out[1] = msf.second;
     out[2] = msf.frame;
@@ -30,9 +32,7 @@ void generateSubchannel(Lba lba, uint8_t* block) {
     q[2] = 0x01;
     writeBcdTime(lba, q + 3);
     writeBcdTime(static_cast<int64_t>(lba) + kLeadInFrames, q + 7);
-    const uint16_t crc = qCrc(q, 10);
-    q[10] = static_cast<uint8_t>(crc >> 8);
-    q[11] = static_cast<uint8_t>(crc & 0xFF);
+    writeQCrc(q);
 }
 
 }  // namespace lumadisc

@@ -1,5 +1,7 @@
 #include "facade/cdrom_control.h"
 
+#include <cstring>
+
 #include "audio/cd_play.h"
 #include "config/log.h"
 #include "config/settings.h"
@@ -87,7 +89,9 @@ uint8_t* CCdromControl::getDataBuffer() {
 
 uint8_t* CCdromControl::getSubsBuffer() {
     logWrite(kLogPlugin, "[CDR] CCdromControl::getSubsBuffer().\n");
-    return g_cdRead.getSubs();
+    ReaderLock lock(cdromMutex());
+    std::memcpy(subs_, g_cdRead.getSubs(), sizeof subs_);
+    return subs_;
 }
 
 void CCdromControl::playCDDA() {

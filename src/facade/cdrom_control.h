@@ -22,10 +22,16 @@ public:
     // Stops CD audio, then reads the subchannel block and the sector at the current position.
     int readData();
     uint8_t* getDataBuffer();
+    // The current subchannel block (while CD audio plays, the one of the sector being played), copied
+    // under the reader lock into a block of this facade's own: the host reads it while the streaming
+    // thread goes on, and it changes only at the host's next call.
     uint8_t* getSubsBuffer();
     void playCDDA();
     void stopCDDA();
     int isCDDA();
+
+private:
+    alignas(16) uint8_t subs_[kSubchannelSize] = {};
 };
 
 }  // namespace lumadisc
