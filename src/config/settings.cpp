@@ -3,11 +3,14 @@
 #include <iniparser/iniparser.h>
 
 #include <climits>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "config/catalogue.h"
+#include "config/log.h"
+#include "support/atomic_file.h"
 
 namespace lumadisc {
 
@@ -258,10 +261,15 @@ int settingsSave(const Settings* settings) {
     dictionary* ini = dictionary_new(0);
     if (ini == nullptr) return -1;
     buildDictionary(ini, *settings);
-    // The directory "configs" is never created here: without it nothing is written.
-    if (FILE* file = std::fopen(kSettingsPath, "w+")) {
-        iniparser_dump_ini(ini, file);
-        std::fclose(file);
+    // The directory "configs" is never created here: without it nothing is written. The file is
+    // replaced whole or not at all, so a full disk or a crash never leaves the user's bindings cut.
+    AtomicFile file;
+    if (!file.begin(kSettingsPath)) {
+        logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
+    } else {
+        iniparser_dump_ini(ini, file.stream());
+        if (!file.commit())
+            logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
     }
     iniparser_freedict(ini);
     return 0;

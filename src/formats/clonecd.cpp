@@ -62,7 +62,7 @@ int CCdClonecdSub::open(const char* path) {
 
 int CCdClonecdSub::read(Lba lba, uint8_t* block) {
     file_.readRecord(lba, kSubchannelSize, block);
-    return 0;
+    return file_.readFailed() ? -1 : 0;
 }
 
 }  // namespace lumadisc

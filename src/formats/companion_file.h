@@ -14,7 +14,8 @@ namespace lumadisc {
 bool companionPathOf(const char* imagePath, const char* extension, char* path);
 
 // Main-channel sectors from a companion file: sector n is the first 2352 bytes of record n of
-// `stride` bytes. A read past the end copies what exists and leaves the rest of the buffer.
+// `stride` bytes. A read past the end copies what exists and leaves the rest of the buffer (with one
+// warning per open, naming the file); a read that meets an I/O error fails.
 class CCdSectorFileData : public CCdVirtualData {
 public:
     int open(const char* path) override;
@@ -32,6 +33,7 @@ private:
     const int32_t stride_;
     const char* const failureFormat_;
     ImageFile file_;
+    bool warnedEnd_ = false;
 };
 
 }  // namespace lumadisc

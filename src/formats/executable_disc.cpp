@@ -43,7 +43,7 @@ int CCdExecutableData::read(Lba lba, uint8_t* sector) {
     writeSectorHeader(sector, lba, 2);
     writeSubheader(sector, 0, 0, kSubmodeData, 0);
     file_.readRecord(lba - disc_template::kExecutableExtent, kForm1UserSize, sector + kMode2DataOffset);
-    return 0;
+    return file_.readFailed() ? -1 : 0;
 }
 
 }  // namespace lumadisc

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace lumadisc {
 
@@ -25,13 +26,19 @@ public:
         return readAt(static_cast<int64_t>(index) * static_cast<int64_t>(size), size, buffer);
     }
     // Reads up to size bytes at a byte offset; nothing when the offset is negative or beyond 2 GiB.
+    // An I/O error (a failing disk, a removed medium) ends the read with a log line that names the
+    // file and the error, and readFailed() then holds until the next read.
     size_t readAt(int64_t offset, size_t size, uint8_t* buffer) const;
+    bool readFailed() const { return readFailed_; }
+    const char* path() const { return path_.c_str(); }
 
     // Size of the file at path in bytes, or -1 when it cannot be queried.
     static int64_t sizeOf(const char* path);
 
 private:
     int fd_ = -1;
+    std::string path_;
+    mutable bool readFailed_ = false;
 };
 
 }  // namespace lumadisc

@@ -47,8 +47,9 @@ void closeSequence() {
     messageFileRemove();
     inputClose();
     g_cdrom.close();
-    logClose();
+    // Saved while the log is still open, so that a save that fails says why.
     if (g_settings.savesettingsonexit) settingsSave(&g_settings);
+    logClose();
     g_opened = false;
 }
 
