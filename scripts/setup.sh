@@ -7,7 +7,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libiniparser-dev libmd-dev libopenal-dev
   clang-14 libclang-rt-14-dev
-  libcdio-utils genisoimage vcdimager ffmpeg
+  libcdio-utils genisoimage vcdimager ffmpeg xxd
   pcsxr xvfb xauth libgl1-mesa-dri
 )
 

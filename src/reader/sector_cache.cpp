@@ -7,6 +7,7 @@
 #include "config/log.h"
 #include "support/queue_pool.h"
 #include "support/timers.h"
+#include "support/zeroed_memory.h"
 
 namespace lumadisc {
 
@@ -19,7 +20,7 @@ void SectorCache::failNextAllocation() { g_failNextAllocation = true; }
 SectorCache::SectorCache(size_t payloadSize, const char* allocationWarning)
     : payloadSize_(payloadSize), allocationWarning_(allocationWarning) {}
 
-SectorCache::~SectorCache() { std::free(payloads_); }
+SectorCache::~SectorCache() { zeroedFree(payloads_, payloadBytes()); }
 
 float SectorCache::now() const { return timer_ >= 0 ? static_cast<float>(timerElapsed(timer_)) : 0.0f; }
 
@@ -32,8 +33,8 @@ int SectorCache::init(int32_t count) {
     if (!index_) index_.reset(new (std::nothrow) int32_t[kCacheIndexSize]);
     const bool refused = g_failNextAllocation;
     g_failNextAllocation = false;
-    // calloc leaves the payload pages to the kernel until a sector lands in them.
-    payloads_ = refused || !index_ ? nullptr : static_cast<uint8_t*>(std::calloc(count_, payloadSize_));
+    // The payload pages stay the kernel's until a sector lands in them.
+    payloads_ = refused || !index_ ? nullptr : static_cast<uint8_t*>(zeroedAllocate(payloadBytes()));
     lbas_.reset(payloads_ ? new (std::nothrow) int32_t[count_] : nullptr);
     results_.reset(payloads_ ? new (std::nothrow) int32_t[count_] : nullptr);
     times_.reset(payloads_ ? new (std::nothrow) float[count_] : nullptr);
@@ -42,7 +43,7 @@ int SectorCache::init(int32_t count) {
         queueAllocate(freeList_, count_ * static_cast<int32_t>(sizeof(int32_t))) != 0) {
         logWrite(kLogPlugin, "%s", allocationWarning_);
         queueDestroy(&freeList_);
-        std::free(payloads_);
+        zeroedFree(payloads_, payloadBytes());
         payloads_ = nullptr;
         lbas_.reset();
         results_.reset();
@@ -66,7 +67,7 @@ int SectorCache::init(int32_t count) {
 
 int SectorCache::release() {
     if (!built_) return 0;
-    std::free(payloads_);
+    zeroedFree(payloads_, payloadBytes());
     payloads_ = nullptr;
     lbas_.reset();
     results_.reset();

@@ -43,7 +43,8 @@ private:
     const size_t payloadSize_;
     const char* const allocationWarning_;
     std::unique_ptr<int32_t[]> index_;  // entry number per Lba, -1 when not cached
-    uint8_t* payloads_ = nullptr;       // count x payloadSize, zero-filled lazily by the allocator
+    size_t payloadBytes() const { return static_cast<size_t>(count_) * payloadSize_; }
+    uint8_t* payloads_ = nullptr;       // count x payloadSize, zero-filled lazily by the kernel
     std::unique_ptr<int32_t[]> lbas_;
     std::unique_ptr<int32_t[]> results_;
     std::unique_ptr<float[]> times_;

@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
-# Runs every fuzz_* executable in BUILD_DIR for SECONDS each, starting from a small seed corpus.
-# A target that supports `--write-seeds DIR` writes its own seeds; the others get the inline seeds
-# below (when this script knows them) or start from nothing.
+# Runs every fuzz_* executable in BUILD_DIR for SECONDS each, starting from its corpus: the seeds
+# (a target that supports `--write-seeds DIR` writes its own; the others get the inline seeds below)
+# and the minimised corpus kept in tests/fuzz/corpus/NAME.hex (one input per line, as hex text).
+# With --refresh-corpus, each target's corpus after the run is minimised (libFuzzer's merge) and
+# written back to its .hex file; the long runs before a release use that.
 # Exits non-zero when a target crashes (its input is kept under BUILD_DIR/fuzz-artifacts/).
 #
-# usage: tests/fuzz/run_fuzzers.sh BUILD_DIR SECONDS
+# usage: tests/fuzz/run_fuzzers.sh BUILD_DIR SECONDS [--refresh-corpus]
 set -u
 
-if [ $# -ne 2 ] || ! [ -d "$1" ] || ! [[ "$2" =~ ^[0-9]+$ ]]; then
-    echo "usage: $0 BUILD_DIR SECONDS" >&2
+if [ $# -lt 2 ] || [ $# -gt 3 ] || ! [ -d "$1" ] || ! [[ "$2" =~ ^[0-9]+$ ]] ||
+   { [ $# -eq 3 ] && [ "$3" != "--refresh-corpus" ]; }; then
+    echo "usage: $0 BUILD_DIR SECONDS [--refresh-corpus]" >&2
     exit 2
 fi
 build_dir=$(cd "$1" && pwd)
 seconds=$2
+refresh=${3:-}
+kept_corpus="$(cd "$(dirname "$0")" && pwd)/corpus"
 artifacts="$build_dir/fuzz-artifacts"
 logs="$build_dir/fuzz-logs"
 mkdir -p "$artifacts" "$logs"
@@ -97,7 +102,15 @@ for fuzzer in "$build_dir"/fuzz_*; do
     else
         inline_seeds "$name" "$corpus"
     fi
-    echo "== $name: ${seconds}s from $(ls "$corpus" | wc -l) seeds"
+    if [ -f "$kept_corpus/$name.hex" ]; then
+        n=0
+        while IFS= read -r line; do
+            [ -n "$line" ] || continue
+            n=$((n + 1))
+            printf '%s' "$line" | xxd -r -p >"$corpus/kept-$n"
+        done <"$kept_corpus/$name.hex"
+    fi
+    echo "== $name: ${seconds}s from $(ls "$corpus" | wc -l) inputs"
     "$fuzzer" -max_total_time="$seconds" -timeout=10 -print_final_stats=1 \
         -artifact_prefix="$artifacts/$name-" "$corpus" >"$logs/$name.log" 2>&1
     status=$?
@@ -106,6 +119,15 @@ for fuzzer in "$build_dir"/fuzz_*; do
         echo "$name: FAILED (exit $status); log: $logs/$name.log" >&2
         tail -n 40 "$logs/$name.log" >&2
         failed+=("$name")
+    elif [ "$refresh" = "--refresh-corpus" ]; then
+        minimised="$work/$name.min"
+        mkdir -p "$minimised" "$kept_corpus"
+        "$fuzzer" -merge=1 "$minimised" "$corpus" >"$logs/$name.merge.log" 2>&1
+        for input in "$minimised"/*; do
+            [ -f "$input" ] && xxd -p -c 0 "$input"
+        done | sort >"$kept_corpus/$name.hex"
+        echo "   corpus: $(ls "$corpus" | wc -l) inputs after the run, $(wc -l <"$kept_corpus/$name.hex") kept" \
+             "($(wc -c <"$kept_corpus/$name.hex") bytes of hex)"
     fi
 done
 
