@@ -12,10 +12,12 @@
  *   LUMADISC_DRIVE_FAULTS    comma-separated OP[@LBA[-LBA]][xN]=SENSE, OP the opcode in hex, the
  *                            range only for READ CD, N the number of times (default: always); SENSE
  *                            is SK/ASC/ASCQ in hex (fixed format, or descriptor format with a
- *                            trailing "d"), "none" (check condition without sense bytes), "timeout"
+ *                            trailing "/d"), "none" (check condition without sense bytes), "timeout"
  *                            or "error" (the ioctl itself fails)
  *   LUMADISC_DRIVE_MEDIUM    "absent": no disc (TEST UNIT READY, READ TOC, READ CD fail)
- *   LUMADISC_DRIVE_ACCESS    "readonly": opening for writing is refused */
+ *   LUMADISC_DRIVE_ACCESS    "readonly": opening for writing is refused; "busy": opening for
+ *                            writing fails as with a drive another program holds
+ *   LUMADISC_DRIVE_DELAY_MS  time every READ CD takes, in milliseconds */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
@@ -27,6 +29,7 @@
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <time.h>
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -61,7 +64,7 @@ static struct {
     char config[4 * PATH_CAP + 1024]; /* the environment the state below was built from */
     char device[PATH_CAP];
     char commands[PATH_CAP];
-    int medium_absent, read_only;
+    int medium_absent, read_only, busy, delay_ms;
     struct track tracks[MAX_TRACKS];
     int track_count;
     long lead_out;
@@ -167,7 +170,7 @@ static int parse_fault(const char* text, struct fault* f) {
         f->key = (uint8_t)key;
         f->asc = (uint8_t)asc;
         f->ascq = (uint8_t)ascq;
-        f->descriptor = sense[used] == 'd';
+        f->descriptor = strncmp(sense + used, "/d", 2) == 0;
     }
     return 0;
 }
@@ -186,15 +189,17 @@ static void load_faults(const char* list) {
  * keeping the fault counters of an unchanged one. */
 static void configure(void) {
     char config[sizeof g.config];
-    snprintf(config, sizeof config, "%s\n%s\n%s\n%s\n%s\n%s", env("LUMADISC_DRIVE_DEVICE"),
+    snprintf(config, sizeof config, "%s\n%s\n%s\n%s\n%s\n%s\n%s", env("LUMADISC_DRIVE_DEVICE"),
              env("LUMADISC_DRIVE_IMAGE"), env("LUMADISC_DRIVE_COMMANDS"), env("LUMADISC_DRIVE_FAULTS"),
-             env("LUMADISC_DRIVE_MEDIUM"), env("LUMADISC_DRIVE_ACCESS"));
+             env("LUMADISC_DRIVE_MEDIUM"), env("LUMADISC_DRIVE_ACCESS"), env("LUMADISC_DRIVE_DELAY_MS"));
     if (strcmp(config, g.config) == 0) return;
     snprintf(g.config, sizeof g.config, "%s", config);
     snprintf(g.device, sizeof g.device, "%s", env("LUMADISC_DRIVE_DEVICE"));
     snprintf(g.commands, sizeof g.commands, "%s", env("LUMADISC_DRIVE_COMMANDS"));
     g.medium_absent = strcmp(env("LUMADISC_DRIVE_MEDIUM"), "absent") == 0;
     g.read_only = strcmp(env("LUMADISC_DRIVE_ACCESS"), "readonly") == 0;
+    g.busy = strcmp(env("LUMADISC_DRIVE_ACCESS"), "busy") == 0;
+    g.delay_ms = atoi(env("LUMADISC_DRIVE_DELAY_MS"));
     if (!g.medium_absent && load_image(env("LUMADISC_DRIVE_IMAGE")) != 0) {
         fprintf(stderr, "emulated drive: cannot use the image \"%s\"; the drive has no disc\n",
                 env("LUMADISC_DRIVE_IMAGE"));
@@ -349,6 +354,10 @@ static void read_cd(sg_io_hdr_t* io, const uint8_t* cdb) {
         illegal(io, 0x21);
         return;
     }
+    if (g.delay_ms > 0) {
+        struct timespec pause = {g.delay_ms / 1000, (long)(g.delay_ms % 1000) * 1000000L};
+        nanosleep(&pause, NULL);
+    }
     const size_t each = SECTOR + (sub ? SUBCHANNEL : 0);
     static uint8_t buffer[32 * (SECTOR + SUBCHANNEL)];
     for (long i = 0; i < count; ++i) {
@@ -479,8 +488,8 @@ static int open_device(const char* path, int flags, int* handled) {
     pthread_mutex_lock(&g.lock);
     configure();
     int fd = -1;
-    if (g.read_only && (flags & O_ACCMODE) != O_RDONLY) {
-        errno = EACCES;
+    if ((g.read_only || g.busy) && (flags & O_ACCMODE) != O_RDONLY) {
+        errno = g.busy ? EBUSY : EACCES;
     } else {
         /* A character device of its own, so that the drive-type query sees one. */
         fd = real_open("/dev/null", O_RDWR | (flags & O_CLOEXEC));
