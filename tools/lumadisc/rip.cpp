@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <memory>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -11,6 +12,7 @@
 #include "src/disc/cd_utility.h"
 #include "src/drive/cdrom_drive.h"
 #include "src/drive/sense_messages.h"
+#include "host/scratch_dir.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -166,6 +168,8 @@ bool endsWithCue(const std::string& path) {
     return tail == ".cue";
 }
 
+int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retries);
+
 }  // namespace
 
 int runRip(const CommonOptions& options, const Arguments& arguments) {
@@ -197,10 +201,25 @@ int runRip(const CommonOptions& options, const Arguments& arguments) {
     if (withSub) outputs.sub = stem + ".sub";
 
     settingsDefaults(&g_settings);
+    // With --log the drive layer's lines go to a scratch log that is shown at the end, as for the
+    // commands that run the plugin.
+    std::unique_ptr<host::ScratchDir> logDirectory;
     if (options.log) {
+        logDirectory = std::make_unique<host::ScratchDir>("lumadisc-rip");
         g_settings.enablelogging = 1;
-        logOpen("/dev/stderr");
+        logOpen(logDirectory->file("lumaDisc.log").c_str());
     }
+    const int code = ripDisc(drive, outputs, withSub, retries);
+    if (logDirectory) {
+        logClose();
+        std::fprintf(stderr, "--- drive log ---\n%s", host::readFile(logDirectory->file("lumaDisc.log")).c_str());
+    }
+    return code;
+}
+
+namespace {
+
+int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retries) {
     if (cdromOpen(drive.c_str()) != 0) {
         std::fprintf(stderr, "lumadisc: %s is not an optical drive, or it cannot be opened\n", drive.c_str());
         return kExitFailure;
@@ -267,5 +286,7 @@ int runRip(const CommonOptions& options, const Arguments& arguments) {
                     senseText(sector.sense).c_str());
     return kExitUnreadable;
 }
+
+}  // namespace
 
 }  // namespace lumadisc::tool
