@@ -70,6 +70,7 @@ void DriveHarness::configure(DriveSetup setup) {
 
 fixtures::PluginIni DriveHarness::driveSettings(int speedLimit, int spinDown) const {
     fixtures::PluginIni settings = e2e::settingsFor(kDevice);
+    settings.playCdda = false;  // nothing here plays CD audio, and a test machine has no sound device
     settings.extra.push_back({"cdrom property", {"speedlimitation", std::to_string(speedLimit)}});
     settings.extra.push_back({"cdrom property", {"spindowntime", std::to_string(spinDown)}});
     return settings;
