@@ -134,7 +134,7 @@ TEST_F(DriveTool, RipThatCannotFinishLeavesNothing) {
     EXPECT_NE(empty.err.find("Not ready, Medium not present"), std::string::npos) << empty.err;
 
     // Interrupted half-way (every read takes a while, so there is time to press Ctrl-C).
-    configure({.delayMs = 3});
+    configure({.delayMs = 5});
     const std::string out = rip("stopped.cue");
     std::vector<std::string> words = {LUMADISC_TOOL_PATH, "--plugin", LUMADISC_PLUGIN_PATH, "rip", kDevice, out};
     std::vector<char*> argv;
@@ -148,7 +148,7 @@ TEST_F(DriveTool, RipThatCannotFinishLeavesNothing) {
     ASSERT_EQ(posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ), 0);
     posix_spawn_file_actions_destroy(&actions);
     const std::string part = rip("stopped.bin.part");
-    for (int i = 0; i < 500; ++i) {
+    for (int i = 0; i < 3000; ++i) {
         std::error_code missing;
         const auto size = std::filesystem::file_size(part, missing);
         if (!missing && size > 20 * kRawSectorSize) break;
