@@ -107,14 +107,14 @@ int cdromSetSpeed(int speed) {
 int cdromSetSpinDownTime(int value) {
     logWrite(kLogPlugin, "[CDR] cdromSetSpinDownTime(%i).\n", value);
     uint8_t page[kModePageSize] = {};
-    uint8_t sense[kCommandBlockSize] = {0x5A, 0x00, 0x0D};
-    writeBe16(sense + 7, kModePageSize);
-    if (const int result = scsiCommand(sense, page, sizeof page); result != 0) return result;
+    uint8_t modeSense[kCommandBlockSize] = {0x5A, 0x00, 0x0D};
+    writeBe16(modeSense + 7, kModePageSize);
+    if (const int result = scsiCommand(modeSense, page, sizeof page); result != 0) return result;
     page[0] = page[1] = 0;
     page[kInactivityByte] = static_cast<uint8_t>((page[kInactivityByte] & 0xF0) | (value & 0x0F));
-    uint8_t select[kCommandBlockSize] = {0x55, 0x10};
-    writeBe16(select + 7, kModePageSize);
-    return scsiCommand(select, page, sizeof page, ScsiDirection::kToDevice);
+    uint8_t modeSelect[kCommandBlockSize] = {0x55, 0x10};
+    writeBe16(modeSelect + 7, kModePageSize);
+    return scsiCommand(modeSelect, page, sizeof page, ScsiDirection::kToDevice);
 }
 
 int cdromReadToc(uint8_t* response) {

@@ -20,10 +20,6 @@ struct SenseCodes {
     uint8_t ascq = 0;
 };
 
-// The codes in sense bytes of the fixed (0x70/0x71) or descriptor (0x72/0x73) format; zeros for
-// anything else or for bytes too short to hold them.
-SenseCodes senseDecode(const uint8_t* bytes, size_t length);
-
 class ScsiPassthrough {
 public:
     virtual ~ScsiPassthrough() = default;

@@ -10,6 +10,7 @@
 #include <cerrno>
 
 #include "drive/scsi_passthrough.h"
+#include "drive/sense_messages.h"
 
 namespace lumadisc {
 
