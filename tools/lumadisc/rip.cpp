@@ -12,6 +12,7 @@
 #include "src/disc/cd_utility.h"
 #include "src/drive/cdrom_drive.h"
 #include "src/drive/sense_messages.h"
+#include "src/support/paths.h"
 #include "host/scratch_dir.h"
 #include "tools/lumadisc/commands.h"
 
@@ -161,13 +162,6 @@ std::string sheetText(const TrackTable& table, const std::vector<uint8_t>& modes
     return text;
 }
 
-bool endsWithCue(const std::string& path) {
-    if (path.size() < 5) return false;
-    std::string tail = path.substr(path.size() - 4);
-    for (char& c : tail) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return tail == ".cue";
-}
-
 int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retries);
 
 }  // namespace
@@ -189,7 +183,7 @@ int runRip(const CommonOptions& options, const Arguments& arguments) {
             positional.push_back(arguments[i]);
         }
     }
-    if (positional.size() != 2 || !endsWithCue(positional[1])) {
+    if (positional.size() != 2 || positional[1].size() <= 4 || !endsWithNoCase(positional[1].c_str(), ".cue")) {
         std::fprintf(stderr, "lumadisc: usage: lumadisc rip DRIVE OUT.cue [--sub] [--retries N]\n");
         return kExitUsage;
     }
