@@ -59,8 +59,9 @@ public:
         io.sbp = senseBytes;
         io.timeout = timeoutMs;
         if (handle < 0 || ioctl(handle, SG_IO, &io) < 0) return -1;
-        const bool good = (io.info & SG_INFO_OK_MASK) == SG_INFO_OK && io.status == 0 && io.host_status == 0 &&
-                          (io.driver_status & ~0x08) == 0;  // DRIVER_SENSE alone comes with recovered data
+        // A driver status that only announces sense data does not make a good SCSI status a failure.
+        constexpr unsigned kDriverSense = 0x08;
+        const bool good = io.status == 0 && io.host_status == 0 && (io.driver_status & ~kDriverSense) == 0;
         if (good) return 0;
         const size_t written = io.sb_len_wr < sizeof senseBytes ? io.sb_len_wr : sizeof senseBytes;
         *sense = senseDecode(senseBytes, written);
