@@ -122,4 +122,16 @@ void fillForm2Edc(uint8_t* sector) {
     writeLe32(sector + 2348, computeEdc(sector + kSubheaderOffset, 2332));
 }
 
+void subchannelDeinterleave(const uint8_t* raw, uint8_t* block) {
+    constexpr int kChannels = 8;
+    constexpr int kChannelBytes = kSubchannelSize / kChannels;
+    for (int i = 0; i < kSubchannelSize; ++i) block[i] = 0;
+    for (int symbol = 0; symbol < kSubchannelSize; ++symbol) {
+        for (int channel = 0; channel < kChannels; ++channel) {
+            if (raw[symbol] & (0x80 >> channel))
+                block[channel * kChannelBytes + symbol / 8] |= static_cast<uint8_t>(0x80 >> (symbol % 8));
+        }
+    }
+}
+
 }  // namespace lumadisc

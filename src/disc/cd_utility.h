@@ -108,6 +108,10 @@ void writeSectorHeader(uint8_t* sector, Lba lba, uint8_t mode);
 // The Mode 2 subheader (file, channel, submode, coding), stored twice at bytes 16..23.
 void writeSubheader(uint8_t* sector, uint8_t file, uint8_t channel, uint8_t submode, uint8_t coding);
 
+// The subchannel as a drive returns it raw (one bit of each channel P..W per byte, P in the top bit)
+// into the block layout of whole channels, 12 bytes each from P to W.
+void subchannelDeinterleave(const uint8_t* raw, uint8_t* block);
+
 // CRC of the Q subchannel: CRC-16, polynomial 0x1021, initial value 0, MSB first, then inverted.
 uint16_t qCrc(const uint8_t* data, int length);
 // True when Q bytes 10 and 11 hold the CRC of Q bytes 0..9 (high byte first).

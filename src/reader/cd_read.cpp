@@ -5,13 +5,14 @@
 #include "config/log.h"
 #include "config/settings.h"
 #include "disc/auto_sub.h"
-#include "reader/sector_cache.h"
+#include "drive/cdrom_drive.h"
 #include "formats/cdrwin.h"
 #include "formats/alcohol120.h"
 #include "formats/cdrdao.h"
 #include "formats/clonecd.h"
 #include "formats/executable_disc.h"
 #include "formats/null_disc.h"
+#include "reader/sector_cache.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -77,8 +78,12 @@ bool CCdRead::bindKind(DiscType kind) {
         data_ = &g_cdrdaoData;
         sub_ = &g_cdrdaoSub;
         return true;
+    case kDiscDrive:
+        toc_ = &g_cdromToc;
+        data_ = &g_cdromData;
+        sub_ = &g_cdromSub;
+        return true;
     default:
-        // Kinds whose readers this build does not have open as unknown ones.
         logWrite(kLogPlugin, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
         return false;
     }

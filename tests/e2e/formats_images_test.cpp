@@ -272,7 +272,8 @@ std::vector<OddDisc> oddDiscs() {
          "[CDR] CCdRead::open().\n"},
         {"cue_zero_byte_data_file", "{dir}/z.cue", track1, "z.bin", "", 0, "[CDR] ReadTrack(00:02:00)(0)\n"},
         {"unknown_kind", "{dir}/disc.iso", "x", "", "", -1, "[CDR] Error: unknown cd type: -1.\n"},
-        {"kind_not_in_this_build", "sr9", {}, "", "", -1, "[CDR] Error: unknown cd type: 3.\n"},  // no dot: a drive
+        // No dot: a drive; with no device behind the path the TOC reads as zeros and the disc does not open.
+        {"drive_path_without_device", "{dir}/sr9", {}, "", "", -1, "[CDR] track[00]: 0 0 00  00:00:00\n[CDR] Length: -150\n"},
         {"directory_with_dot_file_without", "{dir}/my.games/disc", {}, "my.games/", "", -1,
          "[CDR] Error: unknown cd type: -1.\n"},
 

@@ -8,7 +8,9 @@
 # error, 77 when pcsxr or Xvfb is not installed (CTest's skip code).
 # Environment: PCSXR_BOOT_TIMEOUT (seconds, default 20); PCSXR_BOOT_MODE=cdfile boots the disc with the
 # emulator's own image reader instead (a check of the disc, not of the plugin); LUMADISC_LOGGING=1 turns the
-# plugin's log on (its tail is printed on failure); PCSXR_BOOT_KEEP=1 keeps the scratch directory.
+# plugin's log on (its tail is printed on failure); PCSXR_BOOT_KEEP=1 keeps the scratch directory;
+# PCSXR_BOOT_PRELOAD=LIBRARY preloads a library into the emulator (the emulated drive), and DISC_PATH may
+# then name a device that only the library answers for.
 set -uo pipefail
 
 if [ $# -lt 2 ] || [ $# -gt 3 ]; then
@@ -27,7 +29,13 @@ for tool in "$pcsxr" Xvfb stdbuf setsid; do
   fi
 done
 plugin=$(realpath -e "$1" 2>/dev/null) || { echo "no plugin at $1" >&2; exit 2; }
-disc=$(realpath -e "$2" 2>/dev/null) || { echo "no disc at $2" >&2; exit 2; }
+preload=${PCSXR_BOOT_PRELOAD:-}
+if [ -n "$preload" ]; then
+  preload=$(realpath -e "$preload" 2>/dev/null) || { echo "no library at $PCSXR_BOOT_PRELOAD" >&2; exit 2; }
+  disc=$2
+else
+  disc=$(realpath -e "$2" 2>/dev/null) || { echo "no disc at $2" >&2; exit 2; }
+fi
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/pcsxr_boot.XXXXXX") || exit 2
 pcsxr_pid=""
@@ -130,7 +138,7 @@ else
 fi
 : >"$work/pcsxr.log"
 cd "$run" || exit 2
-HOME=$home SDL_AUDIODRIVER=dummy DISPLAY=:$display \
+HOME=$home SDL_AUDIODRIVER=dummy DISPLAY=:$display LD_PRELOAD=$preload${LD_PRELOAD:+:$LD_PRELOAD} \
   setsid stdbuf -oL -eL "$pcsxr" -nogui -psxout -cfg test.cfg "${source_args[@]}" </dev/null >"$work/pcsxr.log" 2>&1 &
 pcsxr_pid=$!
 

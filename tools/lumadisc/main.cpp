@@ -24,18 +24,25 @@ constexpr const char* kUsage =
     "  xa DISC MSF [--file F] [--channel C] [--sectors N] --wav FILE\n"
     "                                   reads the XA audio stream at MSF (mm:ss:ff) through the plugin's\n"
     "                                   controller and writes what it hands to spuPlayCDXA to FILE\n"
+    "  drives [DEVICE...]               every optical drive (or the devices named) with its vendor,\n"
+    "                                   product, revision and whether a disc is in it\n"
+    "  rip DRIVE OUT.cue [--sub] [--retries N]\n"
+    "                                   copies the disc in DRIVE to OUT.cue and OUT.bin (and OUT.sub with\n"
+    "                                   the raw subchannel), retrying unreadable sectors N times (3)\n"
     "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
     "                                   executable (demo.exe) into DIR\n"
     "\n"
     "Without DISC the built-in demo disc is used. DISC is what the plugin's \"cd selection\" setting\n"
-    "takes: an image path (.cue), a console executable (.exe) or \"No CD (bios shell)\".\n"
+    "takes: an image path (.cue), a console executable (.exe), a drive (a path without a dot,\n"
+    "such as /dev/sr0) or \"No CD (bios shell)\".\n"
     "\n"
     "options:\n"
     "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool)\n"
     "  --log           turn the plugin's log on and show its lines on standard error\n"
     "  --no-cache      open the disc with the sector caches off\n"
     "\n"
-    "exit codes: 0 done, 1 the disc or the plugin failed, 2 wrong arguments\n";
+    "exit codes: 0 done, 1 the disc or the plugin failed, 2 wrong arguments, 3 rip finished with\n"
+    "unreadable sectors, 130 rip interrupted (nothing written)\n";
 
 }  // namespace
 
@@ -75,6 +82,8 @@ int main(int argc, char** argv) {
     if (command == "boot") return runBoot(options, arguments);
     if (command == "play") return runPlay(options, arguments);
     if (command == "xa") return runXa(options, arguments);
+    if (command == "drives") return runDrives(options, arguments);
+    if (command == "rip") return runRip(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
     if (command == "help") {
         std::fputs(kUsage, stdout);
