@@ -13,7 +13,7 @@ constexpr const char* kUsage =
     "usage: lumadisc [--plugin PATH] [--log] [--no-cache] COMMAND [ARGUMENTS]\n"
     "\n"
     "commands:\n"
-    "  info [DISC]                      kind, disc type and every track (start, LBA, length)\n"
+    "  info [DISC]                      kind, the plugin used, disc type and every track (start, LBA, length)\n"
     "  read DISC LBA [COUNT] [--raw FILE]\n"
     "                                   header, subheader, first data bytes and Q subchannel of\n"
     "                                   each sector, or the raw 2352-byte sectors to FILE\n"
