@@ -65,7 +65,8 @@ protected:
             const size_t left = length - path.size();
             size_t part = std::min<size_t>(200, left - 1);
             if (left - 1 - part == 1) --part;  // never leave a lone '/' for the last component
-            path += "/" + std::string(part, 'd');
+            path += '/';
+            path.append(part, 'd');
         }
         fs::create_directories(path);
         return path;
@@ -120,7 +121,7 @@ TEST_F(ToolRobustness, FileSystemTroubleEndsInAMessageAndLeavesNothingBehind) {
     };
     for (const Case& c : cases) {
         std::string joined;
-        for (const auto& word : c.arguments) joined += " " + word.substr(0, 60);
+        for (const auto& word : c.arguments) joined.append(" ").append(word, 0, 60);
         SCOPED_TRACE("lumadisc" + joined);
         const ToolResult run = runLumadisc(scratch_, c.arguments);
         EXPECT_EQ(run.exitCode, c.exitCode) << describeRun(run);

@@ -44,8 +44,7 @@ bool parsePrimaryDescriptor(const uint8_t* block, IsoVolume* volume) {
     volume->system = isoText(block + 8, 32);
     volume->volume = isoText(block + 40, 32);
     volume->blocks = readLe32(block + 80);
-    volume->root = entryFromRecord(block + kRootRecordOffset, 1);
-    volume->root.name = "/";
+    volume->root = entryFromRecord(block + kRootRecordOffset, 1);  // its one-byte name is 0x00: ""
     volume->root.directory = true;
     return true;
 }

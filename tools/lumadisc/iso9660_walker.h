@@ -25,7 +25,7 @@ struct IsoVolume {
     std::string system;
     std::string volume;
     uint32_t blocks = 0;
-    IsoEntry root;
+    IsoEntry root;  // the root directory, with an empty name
 };
 
 // An identifier without its trailing blanks and NULs; bytes other than printable ASCII shown as '?'.
