@@ -86,6 +86,10 @@ TEST_F(ToolRobustness, FileSystemTroubleEndsInAMessageAndLeavesNothingBehind) {
     fs::create_symlink("loop.cue", loop);
     const std::string newline = scratch_.file("two\nlines.cue");
     std::ofstream(newline) << "FILE \"demo.bin\" BINARY\n";
+    const std::string unquotable = scratch_.file("say \"hi\"; bye.cue");
+    std::ofstream(unquotable) << "FILE \"demo.bin\" BINARY\n";
+    const std::string trailingBlank = scratch_.file("blank.cue ");
+    std::ofstream(trailingBlank) << "FILE \"demo.bin\" BINARY\n";
     const std::string bad = scratch_.file("disc.xyz");
     std::ofstream(bad) << "not a disc\n";
     // The demo disc where its path just fits a settings line, and one character deeper where it does not.
@@ -110,6 +114,8 @@ TEST_F(ToolRobustness, FileSystemTroubleEndsInAMessageAndLeavesNothingBehind) {
         {{"ls", longName}, 1, "File name too long"},
         {{"info", newline}, 1, "cannot be stored in the plugin's settings file: it holds a line break"},
         {{"info", tooLong}, 1, "would be 1023 characters long, and the settings file takes lines of at most 1022"},
+        {{"info", unquotable}, 1, "holds a '\"' together with ';' or '#'"},
+        {{"info", trailingBlank}, 1, "ends in a blank"},
         {{"info", fits}, 0, ""},
         {{"make-demo", scratch_.file(std::string(300, 'm'))}, 1, "cannot write the demo disc"},
         // --raw: nothing is created or truncated unless every sector was read and written.
