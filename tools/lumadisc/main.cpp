@@ -39,7 +39,8 @@ constexpr const char* kUsage =
     "  --log           turn the plugin's log on and show its lines on standard error\n"
     "  --no-cache      open the disc with the sector caches off\n"
     "\n"
-    "exit codes: 0 done, 1 the disc or the plugin failed, 2 wrong arguments\n";
+    "exit codes: 0 done, 1 the disc, the plugin or a file failed (the message says which), 2 wrong arguments;\n"
+    "stopped by SIGINT, SIGTERM or SIGHUP: 128 + the signal, with its scratch directory removed\n";
 
 }  // namespace
 
