@@ -22,7 +22,10 @@ bool PluginLoader::load(const std::string& path) {
     auto bind = [&](auto& slot, const char* name) {
         slot = reinterpret_cast<std::remove_reference_t<decltype(slot)>>(dlsym(handle_, name));
         if (!slot) {
-            error_ += (error_.empty() ? "missing export: " : ", ") + std::string(name);
+            // Appended piece by piece: a temporary string built with operator+ here makes GCC 12 at -O3
+            // report an impossible overlap (-Wrestrict) inside the inlined copy.
+            error_ += error_.empty() ? "missing export: " : ", ";
+            error_ += name;
             complete = false;
         }
     };

@@ -10,7 +10,9 @@
 # emulator's own image reader instead (a check of the disc, not of the plugin); LUMADISC_LOGGING=1 turns the
 # plugin's log on (its tail is printed on failure); PCSXR_BOOT_KEEP=1 keeps the scratch directory;
 # PCSXR_BOOT_PRELOAD=LIBRARY preloads a library into the emulator (the emulated drive), and DISC_PATH may
-# then name a device that only the library answers for.
+# then name a device that only the library answers for; PCSXR_BOOT_HOME=DIR boots with a home prepared
+# beforehand (a user's plugin install in DIR/.pcsxr/plugins): the plugin already there is used and only
+# the disc is set in its settings file.
 set -uo pipefail
 
 if [ $# -lt 2 ] || [ $# -gt 3 ]; then
@@ -75,11 +77,13 @@ trap 'exit 1' INT TERM HUP
 # input plugins into the directory when it starts).
 # pcsxr changes into PluginsDir before it loads the plugins, so that is the plugin's working directory:
 # its configs/lumaDisc.ini and lumaDisc.log live there.
-home=$work/home
+home=${PCSXR_BOOT_HOME:-$work/home}
 plugins=$home/.pcsxr/plugins
 run=$plugins
 mkdir -p "$plugins" "$home/.pcsxr/memcards" "$home/.pcsxr/bios" "$run/configs" || exit 2
-ln -s "$plugin" "$plugins/$(basename "$plugin")"
+if [ ! "$plugin" -ef "$plugins/$(basename "$plugin")" ]; then
+  ln -sf "$plugin" "$plugins/$(basename "$plugin")" || exit 2
+fi
 cat >"$home/.pcsxr/test.cfg" <<EOF
 Bios = HLE
 Gpu = libpeopsxgl.so
@@ -111,12 +115,23 @@ EOF
 logging=false
 [ "${LUMADISC_LOGGING:-0}" = 1 ] && logging=true
 case $disc in *[\;#]*) disc_value="\"$disc\"" ;; *) disc_value=$disc ;; esac
-cat >"$run/configs/lumaDisc.ini" <<EOF
+if [ -n "${PCSXR_BOOT_HOME:-}" ] && [ -f "$run/configs/lumaDisc.ini" ]; then
+  # The settings file the install wrote, with the disc (and the log switch) set in it.
+  settings=$run/configs/lumaDisc.ini
+  DISC=$disc_value LOGGING=$logging awk '
+    /^\[/ { section = $0 }
+    section == "[cd selection]" && /^current[ \t]*=/ { print "current = " ENVIRON["DISC"]; next }
+    section == "[misc]" && /^enablelogging[ \t]*=/ { print "enablelogging = " ENVIRON["LOGGING"]; next }
+    { print }' "$settings" >"$settings.new" && mv "$settings.new" "$settings" || exit 2
+  grep -qxF "current = $disc_value" "$settings" || { echo "no current key in $settings" >&2; exit 2; }
+else
+  cat >"$run/configs/lumaDisc.ini" <<EOF
 [cd selection]
 current = $disc_value
 [misc]
 enablelogging = $logging
 EOF
+fi
 
 # A private X server; it writes its display number to fd 3 once it accepts connections.
 mkfifo "$work/display" || exit 2

@@ -6,17 +6,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "host/console_driver.h"
 #include "host/console_host.h"
-#include "host/scratch_dir.h"
-#include "tools/fixtures/demo_disc.h"
-#include "tools/fixtures/ini_file.h"
+#include "src/disc/cd_utility.h"
 #include "tools/lumadisc/commands.h"
+#include "tools/lumadisc/iso9660_walker.h"
 
 namespace lumadisc::tool {
 
@@ -29,60 +26,19 @@ constexpr int32_t kVolumeDescriptorLba = 16;
 constexpr uint32_t kSectorBytes = 2048;
 constexpr int kMaxSectorsPerFile = 16;  // the boot only needs the start of each file
 
-struct DirEntry {
-    std::string name;
-    int32_t extent = 0;
-    uint32_t size = 0;
-    bool directory = false;
-};
-
-uint32_t le32(const uint8_t* bytes) {
-    return bytes[0] | (bytes[1] << 8) | (bytes[2] << 16) | (static_cast<uint32_t>(bytes[3]) << 24);
-}
-
-std::string trimmed(const uint8_t* bytes, size_t length) {
-    std::string text(reinterpret_cast<const char*>(bytes), length);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\0')) text.pop_back();
-    return text;
-}
-
 std::string upper(std::string text) {
     for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     return text;
 }
 
-std::vector<DirEntry> parseDirectory(const std::vector<uint8_t>& data) {
-    std::vector<DirEntry> entries;
-    size_t offset = 0;
-    while (offset + 33 < data.size()) {
-        const uint8_t length = data[offset];
-        if (length == 0) {  // records do not cross a sector: go on at the next one
-            offset = (offset / kSectorBytes + 1) * kSectorBytes;
-            continue;
-        }
-        if (length < 34 || offset + length > data.size()) break;
-        const uint8_t* record = data.data() + offset;
-        const uint8_t nameLength = record[32];
-        if (33u + nameLength <= length && !(nameLength == 1 && record[33] <= 1)) {
-            DirEntry entry;
-            entry.name.assign(reinterpret_cast<const char*>(record + 33), nameLength);
-            entry.extent = static_cast<int32_t>(le32(record + 2));
-            entry.size = le32(record + 10);
-            entry.directory = (record[25] & 0x02) != 0;
-            entries.push_back(entry);
-        }
-        offset += length;
+// The records of a directory read whole (records never cross a block).
+std::vector<IsoEntry> parseDirectory(const std::vector<uint8_t>& data) {
+    std::vector<IsoEntry> entries;
+    std::string damage;
+    for (size_t at = 0; at + kSectorBytes <= data.size(); at += kSectorBytes) {
+        if (!parseDirectoryBlock(data.data() + at, &entries, &damage)) break;
     }
     return entries;
-}
-
-const DirEntry* findEntry(const std::vector<DirEntry>& entries, const std::string& name) {
-    const std::string wanted = upper(name);
-    for (const DirEntry& entry : entries) {
-        const std::string have = upper(entry.name);
-        if (have == wanted || have == wanted + ";1" || have.substr(0, have.find(';')) == wanted) return &entry;
-    }
-    return nullptr;
 }
 
 // The executable named by SYSTEM.CNF's BOOT line ("cdrom:\PSX.EXE;1" gives "PSX.EXE;1").
@@ -143,50 +99,23 @@ int runBoot(const CommonOptions& options, const Arguments& arguments) {
         }
     }
 
-    PreparedRun run;
-    if (!prepareRun(disc, &run)) return kExitFailure;
-    auto& scratch = run.scratch;
-    disc = run.disc;
-    if (!writeSettings(*scratch, commonSettings(options, disc))) return kExitFailure;
-
-    const std::string plugin = pluginPath(options);
-    auto console = std::make_unique<ConsoleHost>();
-    for (const std::string& name : withheld) console->withhold(name);
-    if (!console->load(plugin)) {
-        std::fprintf(stderr, "lumadisc: cannot load the plugin %s: %s\n", plugin.c_str(), console->error().c_str());
-        return kExitFailure;
-    }
-    if (!scratch->enter()) {
-        std::fprintf(stderr, "lumadisc: cannot enter %s\n", scratch->path().c_str());
-        return kExitFailure;
-    }
-    console->setConfigDirectory(scratch->path());
-    auto finish = [&](int code) {
-        console->stop();
-        console.reset();  // Close and Shutdown, then the library goes
-        if (options.log) {
-            const std::string log = host::readFile(scratch->file("lumaDisc.log"));
-            std::fprintf(stderr, "--- plugin log ---\n%s", log.c_str());
-        }
-        scratch.reset();
-        return code;
+    Session session(options);
+    SessionSetup setup;
+    setup.extended = true;
+    setup.configureConsole = [&](ConsoleHost& console) {
+        for (const std::string& name : withheld) console.withhold(name);
     };
-
-    std::printf("plugin:    %s (PluginLoad)\n", plugin.c_str());
-    std::printf("disc:      %s, %s\n", disc.c_str(), discKindName(disc).c_str());
-    console->init();
-    std::string services;
-    for (const std::string& name : console->registrations()) services += (services.empty() ? "" : ", ") + name;
-    std::printf("services:  %s\n", services.empty() ? "(none registered)" : services.c_str());
-    std::fflush(stdout);
-    if (console->open() != 0) {
-        std::fflush(stdout);
-        std::fprintf(stderr, "lumadisc: the plugin's Open failed for %s%s\n", disc.c_str(),
-                     options.log ? "" : "; --log shows the plugin's own lines");
-        return finish(kExitFailure);
-    }
-    std::fflush(stdout);
-    console->start();
+    setup.afterInit = [&] {
+        std::printf("plugin:    %s (PluginLoad)\n", session.plugin().c_str());
+        std::printf("disc:      %s, %s\n", session.disc().c_str(), discKindName(session.disc()).c_str());
+        std::string services;
+        for (const std::string& name : session.console().registrations())
+            services += (services.empty() ? "" : ", ") + name;
+        std::printf("services:  %s\n", services.empty() ? "(none registered)" : services.c_str());
+    };
+    if (const int code = session.start(disc, setup); code != kExitOk) return code;
+    ConsoleHost* console = &session.console();
+    auto finish = [&](int code) { return session.finish(code); };
     std::printf("ports:     %s, DMA channel 3 %s, %zu events registered\n",
                 console->portHooked(host::kPortStatus) && console->portHooked(host::kPortInterrupt) ? "hooked"
                                                                                                   : "NOT hooked",
@@ -222,25 +151,24 @@ int runBoot(const CommonOptions& options, const Arguments& arguments) {
     }
     driver.command(host::kCmdPause);
 
-    bool ok = pvd.size() == kSectorBytes && pvd[0] == 1 && std::memcmp(pvd.data() + 1, "CD001", 5) == 0;
-    std::vector<DirEntry> root;
+    IsoVolume volume;
+    const bool ok = pvd.size() == kSectorBytes && parsePrimaryDescriptor(pvd.data(), &volume);
+    std::vector<IsoEntry> root;
     std::string systemCnf, exeName;
     std::vector<uint8_t> exeHeader;
-    int32_t rootExtent = 0;
-    uint32_t rootSize = 0;
-    const DirEntry* exe = nullptr;
+    const IsoEntry* exe = nullptr;
     if (ok) {
-        rootExtent = static_cast<int32_t>(le32(pvd.data() + 156 + 2));
-        rootSize = le32(pvd.data() + 156 + 10);
-        root = parseDirectory(readFile(driver, "root directory", rootExtent, rootSize));
-        if (const DirEntry* cnf = findEntry(root, "SYSTEM.CNF")) {
-            const std::vector<uint8_t> data = readFile(driver, "SYSTEM.CNF", cnf->extent, cnf->size);
+        const auto rootExtent = static_cast<int32_t>(volume.root.extent);
+        root = parseDirectory(readFile(driver, "root directory", rootExtent, volume.root.size));
+        if (const IsoEntry* cnf = findIsoEntry(root, "SYSTEM.CNF")) {
+            const std::vector<uint8_t> data =
+                readFile(driver, "SYSTEM.CNF", static_cast<int32_t>(cnf->extent), cnf->size);
             systemCnf.assign(data.begin(), data.begin() + std::min<size_t>(data.size(), cnf->size));
             exeName = bootFile(systemCnf);
         }
         if (exeName.empty()) exeName = "PSX.EXE";
-        exe = findEntry(root, exeName);
-        if (exe) exeHeader = readFile(driver, "executable header", exe->extent, kSectorBytes);
+        exe = findIsoEntry(root, exeName);
+        if (exe) exeHeader = readFile(driver, "executable header", static_cast<int32_t>(exe->extent), kSectorBytes);
     }
     printTrace(driver, 0);
 
@@ -258,11 +186,11 @@ int runBoot(const CommonOptions& options, const Arguments& arguments) {
         std::printf("\nno ISO 9660 volume descriptor at LBA %d\n", kVolumeDescriptorLba);
         return finish(kExitFailure);
     }
-    std::printf("\nvolume:    system \"%s\", volume \"%s\", %u blocks\n", trimmed(pvd.data() + 8, 32).c_str(),
-                trimmed(pvd.data() + 40, 32).c_str(), le32(pvd.data() + 80));
-    std::printf("root:      LBA %d, %u bytes\n", rootExtent, rootSize);
-    for (const DirEntry& entry : root)
-        std::printf("  %-20s LBA %6d %10u bytes%s\n", entry.name.c_str(), entry.extent, entry.size,
+    std::printf("\nvolume:    system \"%s\", volume \"%s\", %u blocks\n", volume.system.c_str(),
+                volume.volume.c_str(), volume.blocks);
+    std::printf("root:      LBA %u, %u bytes\n", volume.root.extent, volume.root.size);
+    for (const IsoEntry& entry : root)
+        std::printf("  %-20s LBA %6u %10u bytes%s\n", entry.name.c_str(), entry.extent, entry.size,
                     entry.directory ? "  <dir>" : "");
     if (systemCnf.empty()) {
         std::printf("SYSTEM.CNF: none\n");
@@ -283,14 +211,14 @@ int runBoot(const CommonOptions& options, const Arguments& arguments) {
         return finish(kExitFailure);
     }
     const uint8_t* h = exeHeader.data();
-    std::printf("executable: %s, LBA %d, %u bytes\n", exe->name.c_str(), exe->extent, exe->size);
-    std::printf("  id        \"%s\"\n", trimmed(h, 8).c_str());
-    std::printf("  pc        0x%08X\n  gp        0x%08X\n", le32(h + 0x10), le32(h + 0x14));
-    std::printf("  text      0x%08X, %u bytes\n", le32(h + 0x18), le32(h + 0x1C));
-    std::printf("  stack     0x%08X\n", le32(h + 0x30));
+    std::printf("executable: %s, LBA %u, %u bytes\n", exe->name.c_str(), exe->extent, exe->size);
+    std::printf("  id        \"%s\"\n", isoText(h, 8).c_str());
+    std::printf("  pc        0x%08X\n  gp        0x%08X\n", readLe32(h + 0x10), readLe32(h + 0x14));
+    std::printf("  text      0x%08X, %u bytes\n", readLe32(h + 0x18), readLe32(h + 0x1C));
+    std::printf("  stack     0x%08X\n", readLe32(h + 0x30));
     const uint8_t* markerEnd = static_cast<const uint8_t*>(std::memchr(h + 0x4C, 0, kSectorBytes - 0x4C));
     const size_t markerLength = markerEnd ? static_cast<size_t>(markerEnd - (h + 0x4C)) : kSectorBytes - 0x4C;
-    std::printf("  marker    \"%s\"\n", trimmed(h + 0x4C, std::min<size_t>(markerLength, 120)).c_str());
+    std::printf("  marker    \"%s\"\n", isoText(h + 0x4C, std::min<size_t>(markerLength, 120)).c_str());
     const bool exeOk = std::memcmp(h, "PS-X EXE", 8) == 0;
     return finish(exeOk ? kExitOk : kExitFailure);
 }

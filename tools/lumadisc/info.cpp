@@ -9,10 +9,9 @@ int runInfo(const CommonOptions& options, const Arguments& arguments) {
         std::fprintf(stderr, "lumadisc: info takes at most one disc\n");
         return kExitUsage;
     }
-    Session session;
-    if (const int code = session.start(options, arguments.empty() ? "" : arguments[0]); code != kExitOk)
-        return code;
-    host::ClassicHost& host = session.host();
+    Session session(options);
+    if (const int code = session.start(arguments.empty() ? "" : arguments[0]); code != kExitOk) return code;
+    host::ClassicHost& host = session.classic();
     CdrStat status{};
     host.api().getStatus(&status);
     const auto tracks = host.tracks();
@@ -20,6 +19,7 @@ int runInfo(const CommonOptions& options, const Arguments& arguments) {
 
     std::printf("disc:      %s\n", session.disc().c_str());
     std::printf("kind:      %s\n", discKindName(session.disc()).c_str());
+    std::printf("plugin:    %s\n", session.plugin().c_str());
     std::printf("disc type: %s\n", status.Type == 1 ? "data (1)" : "audio or empty (2)");
     std::printf("tracks:    %zu\n", tracks.size());
     std::printf("lead-out:  %s  LBA %d\n", msfText(msfFromLba(leadOut)).c_str(), leadOut);

@@ -1,7 +1,10 @@
 // lumadisc: loads the plugin the way an emulator does and shows what it makes of a disc.
 #include <cstdio>
 #include <cstring>
+#include <exception>
+#include <filesystem>
 
+#include "tools/lumadisc/cleanup_on_signal.h"
 #include "tools/lumadisc/commands.h"
 
 namespace {
@@ -10,7 +13,7 @@ constexpr const char* kUsage =
     "usage: lumadisc [--plugin PATH] [--log] [--no-cache] COMMAND [ARGUMENTS]\n"
     "\n"
     "commands:\n"
-    "  info [DISC]                      kind, disc type and every track (start, LBA, length)\n"
+    "  info [DISC]                      kind, the plugin used, disc type and every track (start, LBA, length)\n"
     "  read DISC LBA [COUNT] [--raw FILE]\n"
     "                                   header, subheader, first data bytes and Q subchannel of\n"
     "                                   each sector, or the raw 2352-byte sectors to FILE\n"
@@ -37,17 +40,42 @@ constexpr const char* kUsage =
     "such as /dev/sr0) or \"No CD (bios shell)\".\n"
     "\n"
     "options:\n"
-    "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool)\n"
+    "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool,\n"
+    "                  else the one installed with it)\n"
     "  --log           turn the plugin's log on and show its lines on standard error\n"
     "  --no-cache      open the disc with the sector caches off\n"
     "\n"
-    "exit codes: 0 done, 1 the disc or the plugin failed, 2 wrong arguments, 3 rip finished with\n"
-    "unreadable sectors, 130 rip interrupted (nothing written)\n";
+    "exit codes: 0 done, 1 the disc, the plugin or a file failed (the message says which), 2 wrong arguments,\n"
+    "3 rip finished with unreadable sectors; stopped by SIGINT, SIGTERM or SIGHUP: 128 + the signal\n"
+    "(130 for Ctrl-C), with its scratch directory and half-written files removed\n";
+
+}  // namespace
+
+namespace {
+
+using namespace lumadisc::tool;
+
+int dispatch(const std::string& command, const CommonOptions& options, const Arguments& arguments) {
+    if (command == "info") return runInfo(options, arguments);
+    if (command == "read") return runRead(options, arguments);
+    if (command == "ls") return runLs(options, arguments);
+    if (command == "boot") return runBoot(options, arguments);
+    if (command == "play") return runPlay(options, arguments);
+    if (command == "xa") return runXa(options, arguments);
+    if (command == "drives") return runDrives(options, arguments);
+    if (command == "rip") return runRip(options, arguments);
+    if (command == "make-demo") return runMakeDemo(arguments);
+    if (command == "help") {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    std::fprintf(stderr, "lumadisc: unknown command '%s' (see lumadisc --help)\n", command.c_str());
+    return kExitUsage;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    using namespace lumadisc::tool;
     CommonOptions options;
     Arguments arguments;
     std::string command;
@@ -76,19 +104,15 @@ int main(int argc, char** argv) {
         std::fputs(kUsage, stderr);
         return kExitUsage;
     }
-    if (command == "info") return runInfo(options, arguments);
-    if (command == "read") return runRead(options, arguments);
-    if (command == "ls") return runLs(options, arguments);
-    if (command == "boot") return runBoot(options, arguments);
-    if (command == "play") return runPlay(options, arguments);
-    if (command == "xa") return runXa(options, arguments);
-    if (command == "drives") return runDrives(options, arguments);
-    if (command == "rip") return runRip(options, arguments);
-    if (command == "make-demo") return runMakeDemo(arguments);
-    if (command == "help") {
-        std::fputs(kUsage, stdout);
-        return kExitOk;
+    installCleanupOnSignal();
+    // The commands report the errors they expect; anything else still ends in a message and exit code
+    // 1, after the stack is unwound, so that the plugin is shut down and the scratch directory removed.
+    try {
+        return dispatch(command, options, arguments);
+    } catch (const std::filesystem::filesystem_error& error) {
+        std::fprintf(stderr, "lumadisc: %s\n", error.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "lumadisc: %s failed: %s\n", command.c_str(), error.what());
     }
-    std::fprintf(stderr, "lumadisc: unknown command '%s' (see lumadisc --help)\n", command.c_str());
-    return kExitUsage;
+    return kExitFailure;
 }

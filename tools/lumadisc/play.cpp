@@ -10,10 +10,10 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "host/scratch_dir.h"
-#include "tools/fixtures/ini_file.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -106,47 +106,32 @@ std::string clockText(double seconds) {
 int runPlay(const CommonOptions& options, const Arguments& arguments) {
     PlayOptions play;
     if (const int code = parse(arguments, &play); code != kExitOk) return code;
-    PreparedRun run;
-    if (!prepareRun(play.disc, &run)) return kExitFailure;
-    host::ScratchDir& scratch = *run.scratch;
-    const std::string disc = run.disc;
-    fixtures::PluginIni settings = commonSettings(options, disc);
-    settings.playCdda = true;
-    settings.extra.push_back({"cdrom property", {"cddavolumelevel", std::to_string(play.volume)}});
-    if (!writeSettings(scratch, settings)) return kExitFailure;
     std::string wav;
+    SessionSetup setup;
+    setup.playCdda = true;
+    setup.settings.push_back({"cdrom property", {"cddavolumelevel", std::to_string(play.volume)}});
     if (!play.wav.empty()) {
         wav = host::absolutePath(play.wav);
-        std::filesystem::remove(wav);
-        if (!writeWaveConfig(scratch.file("alsoft.conf"), wav)) {
-            std::fprintf(stderr, "lumadisc: cannot write the sound configuration\n");
-            return kExitFailure;
-        }
+        setup.beforeLoad = [&](const host::ScratchDir& scratch) {
+            std::error_code error;
+            std::filesystem::remove(wav, error);
+            if (error) {
+                std::fprintf(stderr, "lumadisc: cannot replace %s: %s\n", wav.c_str(), error.message().c_str());
+                return false;
+            }
+            if (!writeWaveConfig(scratch.file("alsoft.conf"), wav)) {
+                std::fprintf(stderr, "lumadisc: cannot write the sound configuration\n");
+                return false;
+            }
+            return true;
+        };
     }
-
-    const std::string plugin = pluginPath(options);
-    host::ClassicHost host;
-    if (!host.load(plugin)) {
-        std::fprintf(stderr, "lumadisc: cannot load the plugin %s: %s\n", plugin.c_str(), host.error().c_str());
-        return kExitFailure;
-    }
-    if (!scratch.enter()) {
-        std::fprintf(stderr, "lumadisc: cannot enter %s\n", scratch.path().c_str());
-        return kExitFailure;
-    }
+    Session session(options);
+    if (const int code = session.start(play.disc, setup); code != kExitOk) return code;
+    host::ClassicHost& host = session.classic();
     const auto& api = host.api();
-    api.init();
-    auto finish = [&](int code) {
-        api.close();
-        api.shutdown();
-        if (options.log) std::fprintf(stderr, "--- plugin log ---\n%s", host::readFile(scratch.file("lumaDisc.log")).c_str());
-        return code;
-    };
-    if (api.open() != 0) {
-        std::fprintf(stderr, "lumadisc: the plugin could not open %s (kind: %s)\n", disc.c_str(),
-                     discKindName(disc).c_str());
-        return finish(kExitFailure);
-    }
+    const std::string& disc = session.disc();
+    auto finish = [&](int code) { return session.finish(code); };
 
     const auto tracks = host.tracks();
     const host::TrackInfo* track = nullptr;

@@ -1,8 +1,10 @@
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "src/disc/cd_utility.h"
 #include "tools/lumadisc/commands.h"
+#include "tools/lumadisc/output_file.h"
 
 namespace lumadisc::tool {
 
@@ -48,18 +50,14 @@ int runRead(const CommonOptions& options, const Arguments& arguments) {
         std::fprintf(stderr, "lumadisc: LBA must lie in -150..450000 and COUNT in 1..%ld\n", kMaxCount);
         return kExitUsage;
     }
-    FILE* raw = nullptr;
+    Session session(options);
+    if (const int code = session.start(positional[0]); code != kExitOk) return code;
+    // The raw sectors go to a new file beside FILE that replaces it only once every sector is in: a
+    // disc that fails, a full disc or a stop leaves FILE as it was.
+    std::unique_ptr<OutputFile> raw;
     if (!rawFile.empty()) {
-        raw = std::fopen(rawFile.c_str(), "wb");
-        if (!raw) {
-            std::fprintf(stderr, "lumadisc: cannot write %s\n", rawFile.c_str());
-            return kExitFailure;
-        }
-    }
-    Session session;
-    if (const int code = session.start(options, positional[0]); code != kExitOk) {
-        if (raw) std::fclose(raw);
-        return code;
+        raw = std::make_unique<OutputFile>(rawFile);
+        if (!raw->open()) return kExitFailure;
     }
     int exitCode = kExitOk;
     for (long i = 0; i < count; ++i) {
@@ -67,20 +65,19 @@ int runRead(const CommonOptions& options, const Arguments& arguments) {
         if (raw) {
             uint8_t sector[kRawSectorSize];
             uint8_t subchannel[kSubchannelSize];
-            session.host().readRaw(at, sector, subchannel);
-            if (std::fwrite(sector, 1, sizeof sector, raw) != sizeof sector) {
-                std::fprintf(stderr, "lumadisc: cannot write %s\n", rawFile.c_str());
+            session.classic().readRaw(at, sector, subchannel);
+            if (!raw->write(sector, sizeof sector)) {
                 exitCode = kExitFailure;
                 break;
             }
             continue;
         }
-        const host::SectorRead read = session.host().readSector(at);
+        const host::SectorRead read = session.classic().readSector(at);
         printSector(at, read);
         if (read.result < 0) exitCode = kExitFailure;
     }
-    if (raw && std::fclose(raw) != 0) exitCode = kExitFailure;
-    return exitCode;
+    if (raw && exitCode == kExitOk && !raw->commit()) exitCode = kExitFailure;
+    return session.finish(exitCode);
 }
 
 }  // namespace lumadisc::tool

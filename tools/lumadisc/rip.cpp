@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <memory>
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include "src/drive/sense_messages.h"
 #include "src/support/paths.h"
 #include "host/scratch_dir.h"
+#include "tools/lumadisc/cleanup_on_signal.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -26,9 +28,8 @@ constexpr Lba kMaxSectors = 100 * kFramesPerMinute;
 constexpr int kExitUnreadable = 3;
 constexpr int kExitInterrupted = 130;
 
-volatile std::sig_atomic_t g_interrupted = 0;
+std::atomic<int> g_interrupted{0};
 
-void onSignal(int) { g_interrupted = 1; }
 
 struct Unreadable {
     Lba lba;
@@ -230,9 +231,6 @@ int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retri
     }
     const Lba leadOut = table.row(0).start;
 
-    struct sigaction action {};
-    action.sa_handler = onSignal;
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
 
     FILE* bin = std::fopen(Outputs::part(outputs.bin).c_str(), "wb");
     FILE* sub = withSub ? std::fopen(Outputs::part(outputs.sub).c_str(), "wb") : nullptr;
@@ -244,6 +242,8 @@ int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retri
         cdromClose();
         return kExitFailure;
     }
+    // From here a signal ends the copy cleanly: the drive is restored and the parts removed.
+    interruptOnSignal(&g_interrupted);
     std::vector<uint8_t> modes(static_cast<size_t>(table.rows()), 2);
     Ripper ripper(withSub, retries);
     const bool complete = ripper.copy(leadOut, bin, sub, modes, table);
@@ -251,6 +251,7 @@ int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retri
     bool written = !ripper.writeFailed();
     written = std::fclose(bin) == 0 && written;
     if (sub) written = std::fclose(sub) == 0 && written;
+    interruptOnSignal(nullptr);
     if (!complete) {
         outputs.removeParts();
         std::fprintf(stderr, "\nlumadisc: interrupted; nothing was written\n");

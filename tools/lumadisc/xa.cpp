@@ -13,7 +13,7 @@
 #include "host/console_driver.h"
 #include "host/console_host.h"
 #include "host/scratch_dir.h"
-#include "tools/fixtures/ini_file.h"
+#include "src/disc/cd_utility.h"
 #include "tools/fixtures/wav_pcm.h"
 #include "tools/lumadisc/commands.h"
 
@@ -127,9 +127,7 @@ public:
         const int64_t count = std::clamp<int64_t>(int64_t{block.sampleCount} * channels_, 0, 16384);
         std::vector<uint8_t> bytes(static_cast<size_t>(count) * 2);
         for (int64_t i = 0; i < count; ++i) {
-            const auto value = static_cast<uint16_t>(block.samples[i]);
-            bytes[2 * i] = static_cast<uint8_t>(value);
-            bytes[2 * i + 1] = static_cast<uint8_t>(value >> 8);
+            writeLe16(bytes.data() + 2 * i, static_cast<uint16_t>(block.samples[i]));
         }
         samples_ += static_cast<uint64_t>(count);
         return write(bytes);
@@ -164,40 +162,13 @@ int runXa(const CommonOptions& options, const Arguments& arguments) {
         return kExitUsage;
     }
     const std::string wavPath = host::absolutePath(xa.wav);
-    PreparedRun run;
-    if (!prepareRun(xa.disc, &run)) return kExitFailure;
-    auto& scratch = run.scratch;
-    const std::string disc = run.disc;
-    fixtures::PluginIni settings = commonSettings(options, disc);
-    settings.playCdda = false;
-    if (!writeSettings(*scratch, settings)) return kExitFailure;
-    const std::string plugin = pluginPath(options);
-    auto console = std::make_unique<ConsoleHost>();
-    console->setCddaRecorder(0, 0);
-    if (!console->load(plugin)) {
-        std::fprintf(stderr, "lumadisc: cannot load the plugin %s: %s\n", plugin.c_str(), console->error().c_str());
-        return kExitFailure;
-    }
-    if (!scratch->enter()) {
-        std::fprintf(stderr, "lumadisc: cannot enter %s\n", scratch->path().c_str());
-        return kExitFailure;
-    }
-    console->setConfigDirectory(scratch->path());
-    auto finish = [&](int code) {
-        console->stop();
-        console.reset();
-        if (options.log) {
-            std::fprintf(stderr, "--- plugin log ---\n%s", host::readFile(scratch->file("lumaDisc.log")).c_str());
-        }
-        scratch.reset();
-        return code;
-    };
-    console->init();
-    if (console->open() != 0) {
-        std::fprintf(stderr, "lumadisc: the plugin's Open failed for %s\n", disc.c_str());
-        return finish(kExitFailure);
-    }
-    console->start();
+    SessionSetup setup;
+    setup.extended = true;
+    setup.configureConsole = [](ConsoleHost& console) { console.setCddaRecorder(0, 0); };
+    Session session(options);
+    if (const int code = session.start(xa.disc, setup); code != kExitOk) return code;
+    ConsoleHost* console = &session.console();
+    auto finish = [&](int code) { return session.finish(code); };
 
     ConsoleDriver driver(*console);
     driver.setTracing(false);
