@@ -50,6 +50,7 @@ private:
     CCdVirtualToc* toc_ = nullptr;
     CCdVirtualData* data_ = nullptr;
     CCdVirtualSub* sub_ = nullptr;
+    bool ownSubDescribesDisc_ = false;
     Lba loc_ = 0;
     bool cachesBuilt_ = false;
     alignas(16) uint8_t area_[kRawSectorSize + kSubchannelSize] = {};
