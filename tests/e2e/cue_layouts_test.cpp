@@ -22,11 +22,7 @@ using test::shellWord;
 
 // Real Mode 2 Form 1 sectors (sync, header, subheader, EDC/ECC) for data, a tone for audio, silence
 // in the gaps: a sector read from the wrong place cannot match.
-void dataContent(Lba lba, int32_t, fixtures::Sector& sector) {
-    std::vector<uint8_t> user(kForm1UserSize);
-    for (size_t i = 0; i < user.size(); ++i) user[i] = fixtures::patternByte(lba, static_cast<int>(i));
-    sector = fixtures::form1Sector(lba, user);
-}
+void dataContent(Lba lba, int32_t, fixtures::Sector& sector) { sector = fixtures::patternForm1Sector(lba); }
 void toneContent(Lba lba, int32_t trackSector, fixtures::Sector& sector) {
     if (trackSector < 0) sector.fill(0);
     else sector = fixtures::toneSector(fixtures::Tone{220.0 + lba % 7 * 110.0, 6000, 330.0}, trackSector);

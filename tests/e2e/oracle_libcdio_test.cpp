@@ -35,11 +35,7 @@ std::vector<std::vector<int>> trackList(const std::string& text) {
 
 // Data tracks hold real Mode 2 Form 1 sectors, audio tracks (gaps included) the lba pattern, so a
 // read of the wrong sector cannot match anywhere.
-void dataContent(Lba lba, int32_t, fixtures::Sector& sector) {
-    std::vector<uint8_t> user(kForm1UserSize);
-    for (size_t i = 0; i < user.size(); ++i) user[i] = fixtures::patternByte(lba, static_cast<int>(i));
-    sector = fixtures::form1Sector(lba, user);
-}
+void dataContent(Lba lba, int32_t, fixtures::Sector& sector) { sector = fixtures::patternForm1Sector(lba); }
 
 CueTrack data(int32_t sectors, int32_t gap = 0) { return {TrackKind::kData, sectors, dataContent, gap, 0}; }
 CueTrack audio(int32_t sectors, int32_t gap = 0) { return {TrackKind::kAudio, sectors, {}, gap, 0}; }
