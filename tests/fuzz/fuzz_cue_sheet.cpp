@@ -34,7 +34,7 @@ std::vector<lumadisc::fuzz::Seed> seeds() {
                      "track 2 audio\nindex 1 99:59:74\n");
     sheets.push_back("FILE \"x.bin\" MOTOROLA\nTRACK 01 AUDIO\nPOSTGAP 00:02:00\nINDEX 01 -1:-60:300\n"
                      "INDEX 01 4294967296:18446744073709551616:+5\nINDEX 01 00:02\n");
-    sheets.push_back("\xEF\xBB\xBFFILE \"a.iso\" BINARY\nTRACK 01 MODE1/2048\nFLAGS DCP\nINDEX 01 00:00:00\n"
+    sheets.push_back("\xEF\xBB\xBF" "FILE \"a.iso\" BINARY\nTRACK 01 MODE1/2048\nFLAGS DCP\nINDEX 01 00:00:00\n"
                      "FILE \"b.bin\" BINARY\nTRACK 02 MODE2/2336\nPREGAP 00:02:00\nINDEX 01 00:00:00\nPOSTGAP 00:01:00\n"
                      "FILE \"c.flac\" WAVE\nTRACK 03 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:02:00\nINDEX 02 00:03:00\n"
                      "TRACK 04 AUDIO\nINDEX 01 00:04:00\n");
