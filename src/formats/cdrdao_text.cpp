@@ -6,6 +6,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <map>
 #include <vector>
 
 #include "config/log.h"
@@ -186,7 +187,19 @@ private:
         return "CD_TEXT block not closed";
     }
 
+    // Each name is looked up and opened once, however many statements use it.
     int32_t fileNamed(const std::string& name, bool decoded, int64_t* size) {
+        const auto known = files_.find(name);
+        if (known != files_.end()) {
+            *size = known->second.second;
+            return known->second.first;
+        }
+        const int32_t file = lookUp(name, decoded, size);
+        if (file >= 0) files_[name] = {file, *size};
+        return file;
+    }
+
+    int32_t lookUp(const std::string& name, bool decoded, int64_t* size) {
         const std::string path = findNamedFile(tocPath_, name);
         if (path.empty()) {
             if (missingPath_) *missingPath_ = namedFilePath(tocPath_, name);
@@ -351,6 +364,7 @@ private:
     const std::string& tocPath_;
     ExtentTable& table_;
     std::vector<Track> tracks_;
+    std::map<std::string, std::pair<int32_t, int64_t>> files_;
     size_t i_ = 0;
     std::string* missingPath_ = nullptr;
 };
