@@ -5,7 +5,8 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config dpkg-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libiniparser-dev libmd-dev libopenal-dev
+  libiniparser-dev libmd-dev libopenal-dev libsndfile1-dev
+  cdrdao mame-tools sox flac
   clang-14 libclang-rt-14-dev
   libcdio-utils genisoimage vcdimager ffmpeg xxd
   pcsxr xvfb xauth libgl1-mesa-dri

@@ -1,42 +1,35 @@
-// CUE sheet images: the track table from the sheet's INDEX 01 lines, sectors from the sheet's
-// path with ".bin", 2352 bytes each.
+// CUE sheet images: any number of FILE entries (BINARY, MOTOROLA, or sound files), each with its
+// tracks in any of the sheet's modes, laid out as an extent table from which the track table, the
+// sectors and the generated subchannel are read.
 #pragma once
 
-#include <string>
-#include <vector>
-
+#include "disc/extent_table.h"
 #include "disc/reader_interfaces.h"
 #include "disc/table_toc.h"
-#include "formats/companion_file.h"
+#include "formats/extent_data.h"
 
 namespace lumadisc {
 
-// Splits sheet text into tokens; an empty token ends each line.
-std::vector<std::string> cueTokenize(const std::string& text);
-// Builds the track rows of a tokenized sheet (row 0 is not touched).
-void cueBuildTable(const std::vector<std::string>& tokens, TrackTable& table);
+// The largest sheet the reader takes; real sheets are a few kilobytes.
+constexpr int64_t kMaxSheetBytes = 1 << 20;
 
 class CCdCdrwinToc final : public CCdTableToc {
 public:
     CCdCdrwinToc() : CCdTableToc(false) {}
     int open(const char* path) override;
+    const ExtentTable& extents() const { return extents_; }
+
+private:
+    ExtentTable extents_;
 };
 
-class CCdCdrwinData final : public CCdSectorFileData {
+class CCdCdrwinData final : public CCdExtentData {
 public:
-    CCdCdrwinData() : CCdSectorFileData(".bin", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
-};
-
-// The kind's own subchannel: the generated block.
-class CCdCdrwinSub final : public CCdVirtualSub {
-public:
-    int open(const char*) override { return 0; }
-    void close() override {}
-    int read(Lba lba, uint8_t* block) override;
+    CCdCdrwinData();
 };
 
 extern CCdCdrwinToc g_cdrwinToc;
 extern CCdCdrwinData g_cdrwinData;
-extern CCdCdrwinSub g_cdrwinSub;
+extern CCdExtentSub g_cdrwinSub;
 
 }  // namespace lumadisc

@@ -9,6 +9,8 @@
 #include "formats/cdrwin.h"
 #include "formats/alcohol120.h"
 #include "formats/cdrdao.h"
+#include "formats/cdrdao_text.h"
+#include "formats/sbi.h"
 #include "formats/clonecd.h"
 #include "formats/executable_disc.h"
 #include "formats/null_disc.h"
@@ -46,12 +48,14 @@ int CCdRead::init() {
 
 void CCdRead::shutdown() { logWrite(kLogPlugin, "[CDR] CCdRead::shutdown().\n"); }
 
-bool CCdRead::bindKind(DiscType kind) {
+bool CCdRead::bindKind(DiscType kind, const char* path) {
+    ownSubDescribesDisc_ = false;
     switch (kind) {
     case kDiscCue:
         toc_ = &g_cdrwinToc;
         data_ = &g_cdrwinData;
         sub_ = &g_cdrwinSub;
+        ownSubDescribesDisc_ = true;
         return true;
     case kDiscNone:
         toc_ = &g_nullToc;
@@ -74,6 +78,14 @@ bool CCdRead::bindKind(DiscType kind) {
         sub_ = &g_alcohol120Sub;
         return true;
     case kDiscToc:
+        // Text TOC files and full-TOC files share the extension; their first bytes tell them apart.
+        if (isTextTocFile(path)) {
+            toc_ = &g_cdrdaoTextToc;
+            data_ = &g_cdrdaoTextData;
+            sub_ = &g_cdrdaoTextSub;
+            ownSubDescribesDisc_ = true;
+            return true;
+        }
         toc_ = &g_cdrdaoToc;
         data_ = &g_cdrdaoData;
         sub_ = &g_cdrdaoSub;
@@ -102,7 +114,11 @@ void CCdRead::chooseSubchannelSource(const char* path) {
     // The kind's own source is opened in passing; every disc without a ".sub" file is served by
     // the generated subchannel, so the kind's source is closed again at once.
     CCdVirtualSub* own = sub_;
-    if (own->open(path) == 0) own->close();
+    if (own->open(path) == 0) {
+        // Kinds laid out as an extent table describe every sector's track and index themselves.
+        if (ownSubDescribesDisc_) return;
+        own->close();
+    }
     sub_ = &g_autoSub;
     sub_->open(path);
 }
@@ -110,10 +126,14 @@ void CCdRead::chooseSubchannelSource(const char* path) {
 int CCdRead::open(const char* path) {
     if (toc_ || cachesBuilt_) close();  // a disc swap: the previous disc is released first
     logWrite(kLogPlugin, "[CDR] CCdRead::open().\n");
-    if (!bindKind(discTypeOfPath(path))) return -1;
+    if (!bindKind(discTypeOfPath(path), path)) return -1;
     if (toc_->open(path) != 0) return -1;
     if (data_->open(path) != 0) return -1;
     chooseSubchannelSource(path);
+    if (g_subPatch.load(path)) {
+        g_subPatch.wrap(sub_);
+        sub_ = &g_subPatch;
+    }
     loc_ = 0;
     std::memset(area_, 0, sizeof area_);
     if (g_settings.ppfpatching) patch_.load(path);

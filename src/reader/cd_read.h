@@ -45,12 +45,13 @@ public:
     bool isOpen() const { return toc_ != nullptr; }
 
 private:
-    bool bindKind(DiscType kind);
+    bool bindKind(DiscType kind, const char* path);
     void chooseSubchannelSource(const char* path);
 
     CCdVirtualToc* toc_ = nullptr;
     CCdVirtualData* data_ = nullptr;
     CCdVirtualSub* sub_ = nullptr;
+    bool ownSubDescribesDisc_ = false;
     Lba loc_ = 0;
     bool cachesBuilt_ = false;
     alignas(16) uint8_t area_[kRawSectorSize + kSubchannelSize] = {};

@@ -104,13 +104,21 @@ TEST_P(EveryKind, ReportsTnTdTeAndReturnsSectorsByteForByteWithCachingOffAndOn) 
 
 TEST_P(EveryKind, GeneratesTheQSubchannelWithoutASubFile) {
     ASSERT_EQ(openWith(settingsFor(write(kThreeTracks).path, false)), 0);
-    const std::pair<Lba, Bytes> cases[] = {  // track 1 throughout, relative and absolute time
+    const std::vector<std::pair<Lba, Bytes>> trackOne = {  // track 1 throughout, relative and absolute time
         {0, {0x41, 0x01, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}},
         {450, {0x41, 0x01, 0x01, 0x00, 0x06, 0x00, 0x00, 0x00, 0x08, 0x00}},
         {1000, {0x41, 0x01, 0x01, 0x00, 0x13, 0x25, 0x00, 0x00, 0x15, 0x25}},  // past the end of the image
         {4350, {0x41, 0x01, 0x01, 0x00, 0x58, 0x00, 0x00, 0x01, 0x00, 0x00}},
     };
-    for (const auto& [lba, firstTen] : cases) {
+    // A sheet describes its tracks: track 2 from 450, its gap counting down, the lead-out from 750.
+    const std::vector<std::pair<Lba, Bytes>> fromSheet = {
+        {0, {0x41, 0x01, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}},
+        {449, {0x01, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x07, 0x74}},
+        {450, {0x01, 0x02, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x08, 0x00}},
+        {1000, {0x01, 0xAA, 0x01, 0x00, 0x03, 0x25, 0x00, 0x00, 0x15, 0x25}},
+        {4350, {0x01, 0xAA, 0x01, 0x00, 0x48, 0x00, 0x00, 0x01, 0x00, 0x00}},
+    };
+    for (const auto& [lba, firstTen] : GetParam() ? trackOne : fromSheet) {
         const host::SectorRead read = host().readSector(lba);
         EXPECT_EQ(qBytes(read.subchannel), firstTen) << "LBA " << lba;
         EXPECT_TRUE(qCrcValid(read.subchannel + kSubchannelQOffset)) << "LBA " << lba;
@@ -146,8 +154,8 @@ TEST_P(EveryKind, StatusTypeOfADiscThatStartsWithAudio) {
     ASSERT_EQ(openWith(settingsFor(write({track(TrackKind::kAudio, 50), track(TrackKind::kData, 50)}).path, false)), 0);
     CdrStat status{};
     api().getStatus(&status);
-    // A sheet's mode word is not read and MDS always reports a data disc; the others give track 1's type.
-    EXPECT_EQ(status.Type, !GetParam() || GetParam() == ImageKind::kMds ? 1u : 2u);
+    // MDS always reports a data disc; the others give track 1's type.
+    EXPECT_EQ(status.Type, GetParam() == ImageKind::kMds ? 1u : 2u);
 }
 
 TEST_P(EveryKind, TheDemoDiscCopyReadsLikeTheCueSheet) {
@@ -265,11 +273,10 @@ std::vector<OddDisc> oddDiscs() {
         {"cue_missing_sheet", "{dir}/none.cue", {}, "", "", -1, "[CDR] Error: toc not opened ({dir}/none.cue).\n"},
         {"cue_missing_data_file", "{dir}/a.cue", "FILE \"a.bin\" BINARY\n", "", "", -1,
          "[CDR] Error: data file not opened ({dir}/a.bin).\n"},
-        {"cue_empty_sheet", "{dir}/e.cue", "", "e.bin", std::string(2352 * 4, '\0'), 0, "[CDR] CCdRead::open().\n",
-         std::vector<Lba>{}, 2},
-        // A keyword whose operands the end of the sheet cuts off.
-        {"cue_garbage_sheet", "{dir}/g.cue", garbage + "INDEX 1 ", "g.bin", std::string(2352, 'x'), 0,
-         "[CDR] CCdRead::open().\n"},
+        {"cue_empty_sheet", "{dir}/e.cue", "", "e.bin", std::string(2352 * 4, '\0'), -1,
+         "[CDR] Error: cue sheet not read ({dir}/e.cue): no track.\n", std::vector<Lba>{}, 2},
+        {"cue_garbage_sheet", "{dir}/g.cue", garbage + "INDEX 1 ", "g.bin", std::string(2352, 'x'), -1,
+         "[CDR] Error: cue sheet not read ({dir}/g.cue): not a text sheet.\n"},
         {"cue_zero_byte_data_file", "{dir}/z.cue", track1, "z.bin", "", 0, "[CDR] ReadTrack(00:02:00)(0)\n"},
         {"unknown_kind", "{dir}/disc.iso", "x", "", "", -1, "[CDR] Error: unknown cd type: -1.\n"},
         // No dot: a drive; with no device behind the path the TOC reads as zeros and the disc does not open.

@@ -1,14 +1,14 @@
-// Feeds arbitrary bytes as CUE sheet text to the tokenizer and the table builder, then asks the
-// table every question a host can (disc type, track count, the start of tracks 0..255).
+// Feeds arbitrary bytes as CUE sheet text to the sheet parser and the layout, then checks the extent
+// table's rules and asks its track table every question a host can.
 //
 // `fuzz_cue_sheet --write-seeds DIR` writes a small seed corpus of generated sheets into DIR and exits.
-#include "formats/cdrwin.h"
+#include "formats/cue_layout.h"
+#include "formats/cue_sheet.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tools/fixtures/cue_image.h"
 
 namespace {
 
-using lumadisc::TrackTable;
 using lumadisc::fixtures::CueImageBuilder;
 
 std::vector<lumadisc::fuzz::Seed> seeds() {
@@ -34,6 +34,10 @@ std::vector<lumadisc::fuzz::Seed> seeds() {
                      "track 2 audio\nindex 1 99:59:74\n");
     sheets.push_back("FILE \"x.bin\" MOTOROLA\nTRACK 01 AUDIO\nPOSTGAP 00:02:00\nINDEX 01 -1:-60:300\n"
                      "INDEX 01 4294967296:18446744073709551616:+5\nINDEX 01 00:02\n");
+    sheets.push_back("\xEF\xBB\xBF" "FILE \"a.iso\" BINARY\nTRACK 01 MODE1/2048\nFLAGS DCP\nINDEX 01 00:00:00\n"
+                     "FILE \"b.bin\" BINARY\nTRACK 02 MODE2/2336\nPREGAP 00:02:00\nINDEX 01 00:00:00\nPOSTGAP 00:01:00\n"
+                     "FILE \"c.flac\" WAVE\nTRACK 03 AUDIO\nINDEX 00 00:00:00\nINDEX 01 00:02:00\nINDEX 02 00:03:00\n"
+                     "TRACK 04 AUDIO\nINDEX 01 00:04:00\n");
     std::vector<lumadisc::fuzz::Seed> result;
     for (const std::string& sheet : sheets)
         result.push_back({"sheet" + std::to_string(result.size()) + ".cue", {sheet.begin(), sheet.end()}});
@@ -49,22 +53,21 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    TrackTable table;
-    // As an open does: the lead-out row first, from the data file's size (here any size, even none).
-    const int64_t fileSize = size < 8 ? -1 : static_cast<int64_t>(data[0] | data[1] << 8 | data[2] << 16) * 2352;
-    table.appendLeadOut(fileSize, lumadisc::kRawSectorSize);
-    lumadisc::cueBuildTable(lumadisc::cueTokenize(text), table);
-
-    const int rows = table.rows();
-    if (rows < 1) std::abort();
-    lumadisc::fuzz::checkTable(table, false);
-    uint8_t tn[2] = {0xEE, 0xEE};
-    if (table.getTN(tn) == 0 && (tn[0] != 1 || tn[1] != static_cast<uint8_t>(rows - 1))) std::abort();
-    for (int track = 0; track < rows && track <= 255; ++track) {
-        uint8_t td[3] = {0xEE, 0xEE, 0xEE};
-        table.getTD(static_cast<uint8_t>(track), td);
-        // The second and frame of a start are always in range, whatever the sheet said.
-        if ((td[1] >= 60 || td[2] >= 75) && table.row(track).start + lumadisc::kLeadInFrames >= 0) std::abort();
+    lumadisc::CueSheet sheet;
+    if (!lumadisc::parseCueSheet(text, sheet).empty()) return 0;
+    // Every FILE gets a size taken from the input, as if found on disk: empty, short or large.
+    std::vector<lumadisc::CueSource> sources;
+    for (size_t i = 0; i < sheet.files.size(); ++i) {
+        const uint8_t b = size ? data[i % size] : 0;
+        sources.push_back({"f", static_cast<int64_t>(b) * b * 2351 + b});
     }
+    lumadisc::ExtentTable extents;
+    std::vector<int64_t> missing;
+    if (!lumadisc::cueLayout(sheet, sources, extents, &missing).empty()) return 0;
+    if (missing.size() != sheet.files.size()) std::abort();
+    lumadisc::fuzz::checkExtents(extents);
+    lumadisc::TrackTable table;
+    extents.buildTrackTable(table);
+    if (static_cast<size_t>(table.rows() - 1) != sheet.tracks.size()) std::abort();
     return 0;
 }

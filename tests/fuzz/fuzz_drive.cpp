@@ -108,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lumadisc::scsiPassthroughInstall(&drive);
     lumadisc::g_settings.speedlimitation = size % 33;
     lumadisc::g_settings.spindowntime = static_cast<int32_t>(size % 601);
-    if (lumadisc::g_cdromToc.open() != 0) std::abort();
+    if (lumadisc::g_cdromToc.open("/dev/fuzzed") != 0) std::abort();
     uint8_t response[lumadisc::kTocResponseSize];
     lumadisc::cdromReadToc(response);
     lumadisc::TrackTable table;
@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lumadisc::fuzz::checkTable(table, false);
     uint8_t tn[2];
     lumadisc::g_cdromToc.getTN(tn);
-    if (lumadisc::g_cdromData.open() != 0) std::abort();
+    if (lumadisc::g_cdromData.open("/dev/fuzzed") != 0) std::abort();
     uint8_t sector[lumadisc::kRawSectorWithSubSize];
     for (const lumadisc::Lba lba : {0, 16, -150}) lumadisc::g_cdromData.read(lba, sector);
     lumadisc::cdromReadSectorWithSub(16, sector);

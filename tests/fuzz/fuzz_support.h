@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "disc/extent_table.h"
 #include "disc/track_table.h"
 #include "tools/fixtures/image_builder.h"
 
@@ -32,6 +33,30 @@ inline void checkTable(const TrackTable& table, bool alwaysData) {
         const int result = table.getTD(static_cast<uint8_t>(track), td);
         if ((result == 0) != (track < rows)) std::abort();
         if (result != 0 && (td[0] | td[1] | td[2]) != 0) std::abort();
+    }
+}
+
+// An extent table's rules: extents in disc order without gaps or overlaps, within a CD's length,
+// file-backed ones pointing at a known file with a stride; its track table and its generated Q
+// subchannel (valid CRC, the right track) follow from it.
+inline void checkExtents(const ExtentTable& extents) {
+    Lba next = 0;
+    for (const Extent& e : extents.extents()) {
+        if (e.start != next || e.count <= 0) std::abort();
+        if (sectorFormGenerated(e.form) != (e.file < 0)) std::abort();
+        if (e.file >= extents.fileCount() || (e.file >= 0 && (e.stride <= 0 || e.offset < 0))) std::abort();
+        next = e.start + e.count;
+    }
+    if (next > 100 * kFramesPerMinute - kLeadInFrames) std::abort();
+    TrackTable table;
+    extents.buildTrackTable(table);
+    checkTable(table, false);
+    for (const Lba lba : {-151, -1, 0, 1, next / 2, next - 1, next, next + 1000}) {
+        uint8_t block[kSubchannelSize];
+        extents.fillSubchannel(lba, block);
+        if (!qCrcValid(block + kSubchannelQOffset)) std::abort();
+        const Extent* e = extents.find(lba);
+        if (e && block[kSubchannelQOffset + 1] != bcdFromBinary(e->track)) std::abort();
     }
 }
 

@@ -35,8 +35,13 @@ int runMakeDemo(const Arguments& arguments) {
             return kExitFailure;
         }
     }
-    std::printf("%s/demo.cue\n%s\n%s/ccd/demo.ccd\n%s/toc/demo.toc\n", arguments[0].c_str(), executable.c_str(),
-                arguments[0].c_str(), arguments[0].c_str());
+    // And laid out one file per track, as players' images usually are.
+    if (!fixtures::writeDemoDiscPerTrack(fixtures::joinPath(arguments[0], "split"), &error)) {
+        std::fprintf(stderr, "lumadisc: cannot write the demo disc copies: %s\n", error.c_str());
+        return kExitFailure;
+    }
+    std::printf("%s/demo.cue\n%s\n%s/ccd/demo.ccd\n%s/toc/demo.toc\n%s/split/demo.cue\n", arguments[0].c_str(),
+                executable.c_str(), arguments[0].c_str(), arguments[0].c_str(), arguments[0].c_str());
     return kExitOk;
 }
 

@@ -1,0 +1,104 @@
+#include "disc/extent_table.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "disc/auto_sub.h"
+
+namespace lumadisc {
+
+namespace {
+
+constexpr uint8_t kLeadOutTrack = 0xAA;
+
+void writeBcdFrames(int64_t frames, uint8_t* out) {
+    const Msf msf = bcdMsf(msfFromFrames(frames < 0 ? 0 : frames));
+    out[0] = msf.minute;
+    out[1] = msf.second;
+    out[2] = msf.frame;
+}
+
+}  // namespace
+
+int32_t sectorFormBytes(SectorForm form) {
+    switch (form) {
+    case SectorForm::kMode1User:
+    case SectorForm::kForm1User: return kForm1UserSize;
+    case SectorForm::kForm2User: return kForm2UserSize;
+    case SectorForm::kMode2User: return kMode2UserSize;
+    case SectorForm::kRaw:
+    case SectorForm::kAudio:
+    case SectorForm::kAudioSwapped:
+    case SectorForm::kDecodedAudio: return kRawSectorSize;
+    default: return 0;
+    }
+}
+
+bool sectorFormGenerated(SectorForm form) {
+    return form == SectorForm::kSilence || form == SectorForm::kEmptyMode1 || form == SectorForm::kEmptyMode2;
+}
+
+void ExtentTable::clear() {
+    files_.clear();
+    extents_.clear();
+}
+
+int32_t ExtentTable::addFile(const std::string& path, bool decoded) {
+    files_.push_back(File{path, decoded});
+    return static_cast<int32_t>(files_.size() - 1);
+}
+
+void ExtentTable::append(const Extent& extent) {
+    if (extent.count > 0) extents_.push_back(extent);
+}
+
+Lba ExtentTable::end() const {
+    return extents_.empty() ? 0 : extents_.back().start + extents_.back().count;
+}
+
+const Extent* ExtentTable::find(Lba lba) const {
+    const auto after = std::upper_bound(extents_.begin(), extents_.end(), lba,
+                                        [](Lba value, const Extent& e) { return value < e.start; });
+    if (after == extents_.begin()) return nullptr;
+    const Extent& candidate = *(after - 1);
+    return lba - candidate.start < candidate.count ? &candidate : nullptr;
+}
+
+void ExtentTable::buildTrackTable(TrackTable& table) const {
+    table.clear();
+    table.append(kTrackData, end());
+    int lastTrack = 0;
+    for (const Extent& e : extents_) {
+        if (e.track == lastTrack) continue;
+        lastTrack = e.track;
+        table.append(e.type, e.trackStart);
+    }
+}
+
+void ExtentTable::fillSubchannel(Lba lba, uint8_t* block) const {
+    const Extent* e = find(lba);
+    if (e == nullptr && (extents_.empty() || lba < extents_.front().start)) {
+        generateSubchannel(lba, block);
+        return;
+    }
+    std::memset(block, 0, kSubchannelSize);
+    uint8_t* q = block + kSubchannelQOffset;
+    if (e == nullptr) {  // the lead-out
+        const Extent& last = extents_.back();
+        q[0] = static_cast<uint8_t>(((last.control & kControlData) << 4) | 0x01);
+        q[1] = kLeadOutTrack;
+        q[2] = 0x01;
+        writeBcdFrames(static_cast<int64_t>(lba) - end(), q + 3);
+    } else {
+        q[0] = static_cast<uint8_t>((e->control << 4) | 0x01);
+        q[1] = bcdFromBinary(e->track);
+        q[2] = bcdFromBinary(e->index);
+        const int64_t relative = lba >= e->trackStart ? static_cast<int64_t>(lba) - e->trackStart
+                                                      : static_cast<int64_t>(e->trackStart) - lba;
+        writeBcdFrames(relative, q + 3);
+    }
+    writeBcdFrames(static_cast<int64_t>(lba) + kLeadInFrames, q + 7);
+    writeQCrc(q);
+}
+
+}  // namespace lumadisc
