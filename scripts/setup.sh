@@ -6,6 +6,7 @@ packages=(
   cmake ninja-build g++ pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
   libiniparser-dev libmd-dev libopenal-dev
+  liblzma-dev zlib1g-dev libflac-dev mame-tools
   clang-14 libclang-rt-14-dev
   libcdio-utils genisoimage vcdimager ffmpeg
   pcsxr xvfb xauth libgl1-mesa-dri

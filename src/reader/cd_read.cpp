@@ -9,6 +9,7 @@
 #include "formats/cdrwin.h"
 #include "formats/alcohol120.h"
 #include "formats/cdrdao.h"
+#include "formats/chd.h"
 #include "formats/clonecd.h"
 #include "formats/executable_disc.h"
 #include "formats/null_disc.h"
@@ -35,6 +36,7 @@ DiscType discTypeOfPath(const char* path) {
     if (endsWithNoCase(path, ".toc")) return kDiscToc;
     if (endsWithNoCase(path, ".mds")) return kDiscMds;
     if (endsWithNoCase(path, ".exe")) return kDiscExecutable;
+    if (endsWithNoCase(path, ".chd")) return kDiscChd;
     return kDiscUnknown;
 }
 
@@ -77,6 +79,11 @@ bool CCdRead::bindKind(DiscType kind) {
         data_ = &g_cdrdaoData;
         sub_ = &g_cdrdaoSub;
         return true;
+    case kDiscChd:
+        toc_ = &g_chdToc;
+        data_ = &g_chdData;
+        sub_ = &g_chdSub;
+        return true;
     default:
         // Kinds whose readers this build does not have open as unknown ones.
         logWrite(kLogPlugin, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
@@ -95,9 +102,12 @@ void CCdRead::chooseSubchannelSource() {
         return;
     }
     // The kind's own source is opened in passing; every disc without a ".sub" file is served by
-    // the generated subchannel, so the kind's source is closed again at once.
+    // the generated subchannel, so the kind's source is closed again at once. A compressed image
+    // is the exception: the subchannel data it stores (when it stores any) is the disc's own.
     CCdVirtualSub* own = sub_;
-    if (own->open() == 0) own->close();
+    const bool opened = own->open() == 0;
+    if (opened && own == &g_chdSub) return;
+    if (opened) own->close();
     sub_ = &g_autoSub;
     sub_->open();
 }
