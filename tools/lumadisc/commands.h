@@ -16,6 +16,8 @@ int runLs(const CommonOptions& options, const Arguments& arguments);
 int runBoot(const CommonOptions& options, const Arguments& arguments);
 int runPlay(const CommonOptions& options, const Arguments& arguments);
 int runXa(const CommonOptions& options, const Arguments& arguments);
+int runVerify(const CommonOptions& options, const Arguments& arguments);
+int runConvert(const CommonOptions& options, const Arguments& arguments);
 int runMakeDemo(const Arguments& arguments);
 
 // Parses a whole decimal number; false when the text is not one.

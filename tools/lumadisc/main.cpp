@@ -24,11 +24,16 @@ constexpr const char* kUsage =
     "  xa DISC MSF [--file F] [--channel C] [--sectors N] --wav FILE\n"
     "                                   reads the XA audio stream at MSF (mm:ss:ff) through the plugin's\n"
     "                                   controller and writes what it hands to spuPlayCDXA to FILE\n"
+    "  verify DISC [--json]             reads every sector and checks sync, header address, EDC/ECC, the\n"
+    "                                   Q channel's CRC and the track table; exit 1 when anything fails\n"
+    "  convert DISC OUT.cue             writes the disc as one CUE/BIN (and OUT.sub when the disc has\n"
+    "                                   subchannel data of its own)\n"
     "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
     "                                   executable (demo.exe) into DIR\n"
     "\n"
     "Without DISC the built-in demo disc is used. DISC is what the plugin's \"cd selection\" setting\n"
-    "takes: an image path (.cue), a console executable (.exe) or \"No CD (bios shell)\".\n"
+    "takes: an image path (.cue, .ccd, .mds, .toc, .chd), a console executable (.exe) or\n"
+    "\"No CD (bios shell)\".\n"
     "\n"
     "options:\n"
     "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool)\n"
@@ -75,6 +80,8 @@ int main(int argc, char** argv) {
     if (command == "boot") return runBoot(options, arguments);
     if (command == "play") return runPlay(options, arguments);
     if (command == "xa") return runXa(options, arguments);
+    if (command == "verify") return runVerify(options, arguments);
+    if (command == "convert") return runConvert(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
     if (command == "help") {
         std::fputs(kUsage, stdout);
