@@ -10,6 +10,7 @@
 #include "tests/e2e/tool_runner.h"
 #include "tools/fixtures/chd_image.h"
 #include "tools/fixtures/file_writer.h"
+#include "tools/fixtures/image_builder.h"
 
 namespace lumadisc::e2e {
 namespace {
@@ -247,6 +248,46 @@ TEST_F(ChdTools, ConvertOfADamagedImageLeavesNothingBehind) {
     EXPECT_NE(run.err.find("sector 0 (00:02:00) could not be read; nothing written"), std::string::npos) << run.err;
     for (const auto& entry : std::filesystem::directory_iterator(scratch_.path()))
         EXPECT_EQ(entry.path().filename().string().find("broken"), std::string::npos) << entry.path();
+}
+
+// An audio track with raw subchannel data, described to chdman by a cdrdao TOC file: the stored Q
+// channel (a drive's, track 1 audio) becomes the disc's subchannel, and convert keeps it in a ".sub".
+TEST_F(ChdTools, StoredSubchannelDataIsTheDiscsOwn) {
+    REQUIRE_CHDMAN();
+    constexpr int32_t kSectors = 240;
+    fixtures::TrackLayout layout;
+    layout.tracks.push_back({TrackKind::kAudio, 0, 0, kSectors});
+    layout.sectorCount = kSectors;
+    Bytes data, blocks;
+    for (Lba lba = 0; lba < kSectors; ++lba) {
+        const fixtures::Sector sector = fixtures::toneSector({440.0, 9000, 0}, lba);
+        for (int i = 0; i < kRawSectorSize; i += 2) data.insert(data.end(), {sector[i + 1], sector[i]});  // big-endian
+        uint8_t block[kSubchannelSize];
+        fixtures::qSubchannel(layout, lba, block);
+        block[lba % 12] = 0xFF;  // something in the P channel too
+        blocks.insert(blocks.end(), block, block + kSubchannelSize);
+        for (int i = 0; i < kSubchannelSize; ++i) {  // as a drive reads it: bit i of every channel in byte i
+            uint8_t raw = 0;
+            for (int channel = 0; channel < 8; ++channel)
+                raw |= ((block[channel * 12 + i / 8] >> (7 - i % 8)) & 1) << (7 - channel);
+            data.push_back(raw);
+        }
+    }
+    writeFileBytes(scratch_.file("sub.bin"), data);
+    fixtures::writeText(scratch_.file("sub.toc"),
+                        "CD_DA\n\nTRACK AUDIO RW_RAW\nNO COPY\nDATAFILE \"sub.bin\" " + fixtures::cueTime(kSectors) + "\n",
+                        nullptr);
+    std::string error;
+    ASSERT_TRUE(fixtures::writeChd(scratch_.file("sub.toc"), scratch_.file("sub.chd"), {}, &error)) << error;
+
+    const ToolResult read = runLumadisc(scratch_, {"read", scratch_.file("sub.chd"), "75"});
+    EXPECT_NE(read.out.find("Q          01 01 01 00 01 00 00 00 03 00"), std::string::npos) << describeRun(read);
+    const ToolResult convert = runLumadisc(scratch_, {"convert", scratch_.file("sub.chd"), scratch_.file("out.cue")});
+    ASSERT_EQ(convert.exitCode, 0) << describeRun(convert);
+    EXPECT_EQ(fileBytes(scratch_.file("out.sub")), blocks);
+    EXPECT_EQ(host::readFile(scratch_.file("out.cue")), "FILE \"out.bin\" BINARY\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
+    const ToolResult verify = runLumadisc(scratch_, {"verify", scratch_.file("out.cue")});
+    EXPECT_EQ(verify.exitCode, 0) << describeRun(verify);
 }
 
 }  // namespace
