@@ -213,6 +213,7 @@ TEST_F(ChdTools, VerifyNamesTheSectorOfAPlantedEdcError) {
         EXPECT_EQ(text.exitCode, 1) << describeRun(text);
         EXPECT_NE(text.out.find("sector 123 (00:03:48): EDC mismatch"), std::string::npos) << text.out;
         EXPECT_NE(text.out.find("result:      FAILED (1 problem)"), std::string::npos) << text.out;
+        EXPECT_EQ(text.err, "") << "no progress bar when standard error is not a terminal";
         const ToolResult json = runLumadisc(scratch_, {"verify", disc, "--json"});
         EXPECT_EQ(json.exitCode, 1);
         EXPECT_NE(json.out.find("{\"lba\": 123, \"msf\": \"00:03:48\", \"check\": \"edc\""), std::string::npos) << json.out;
