@@ -1,6 +1,10 @@
 // Compressed images that chdman made from generated sheets, read through the built plugin: every
 // sector and every track row equals the sheet's, whatever the codec and hunk size; damaged images
 // give their reason and never take the host down.
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -289,6 +293,96 @@ TEST_F(ChdTools, StoredSubchannelDataIsTheDiscsOwn) {
     EXPECT_EQ(host::readFile(scratch_.file("out.cue")), "FILE \"out.bin\" BINARY\n  TRACK 01 AUDIO\n    INDEX 01 00:00:00\n");
     const ToolResult verify = runLumadisc(scratch_, {"verify", scratch_.file("out.cue")});
     EXPECT_EQ(verify.exitCode, 0) << describeRun(verify);
+}
+
+TEST_F(ChdTools, ConvertInterruptedLeavesNothingUnderTheFinalNames) {
+    REQUIRE_CHDMAN();
+    const Sheet longer{"longer", {{TrackKind::kData, 6000, mixed, 0, 0}}};
+    const Written written = writeSheetAndChd(longer, scratch_.path(), {"-c", "cdlz"});
+    const std::string outDir = scratch_.file("out");
+    fixtures::makeDirectories(outDir, nullptr);
+    const std::string out = outDir + "/x.cue";
+    const pid_t pid = fork();
+    if (pid == 0) {
+        execl(LUMADISC_TOOL_PATH, "lumadisc", "--plugin", LUMADISC_PLUGIN_PATH, "convert", written.chd.c_str(),
+              out.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    ASSERT_GT(pid, 0);
+    bool interrupted = false;  // once sectors are being written
+    for (int i = 0; i < 20000 && !interrupted; ++i) {
+        for (const auto& entry : std::filesystem::directory_iterator(outDir)) {
+            if (entry.path().filename().string().starts_with("x.bin.part") && entry.file_size() > 0) {
+                interrupted = kill(pid, SIGINT) == 0;
+                break;
+            }
+        }
+        if (!interrupted) usleep(500);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    ASSERT_TRUE(interrupted);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+    EXPECT_TRUE(std::filesystem::is_empty(outDir));
+}
+
+// What verify finds in discs of other kinds with faults planted, each named with its sector.
+TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
+    using fixtures::Sector;
+    struct Case {
+        const char* name;
+        std::function<std::string(const std::string& dir)> write;  // returns the disc path
+        std::string expected;
+    };
+    const auto cue = [](fixtures::SectorWriter content) {
+        return [content](const std::string& dir) {
+            fixtures::CueImageBuilder builder;
+            builder.addDataTrack(40, content).addAudioTrack(20);
+            fixtures::CueImage image;
+            builder.write(dir, "disc", &image, nullptr);
+            return image.cuePath;
+        };
+    };
+    const Case cases[] = {
+        {"clean", cue(mixed), "result:      ok (0 problems)"},
+        {"lost_sync", cue([](Lba lba, int32_t, Sector& s) { s = lba == 7 ? fixtures::patternSector(lba) : fixtures::mixedDataSector(lba); }),
+         "sector 7 (00:02:07): data track sector without sync"},
+        {"wrong_header", cue([](Lba lba, int32_t, Sector& s) { s = fixtures::mixedDataSector(lba == 12 ? 13 : lba); }),
+         "sector 12 (00:02:12): header address 00:02:13 where 00:02:12 belongs"},
+        {"broken_parity", cue([](Lba lba, int32_t, Sector& s) {
+             s = fixtures::mixedDataSector(lba);
+             if (lba == 20) s[2100] ^= 1;  // Form 1: inside the P parity
+         }),
+         "sector 20 (00:02:20): ECC (P/Q parity) mismatch"},
+        {"bad_q_crc",
+         [](const std::string& dir) {
+             fixtures::ImageBuilder builder;
+             builder.addDataTrack(30, mixed).withSubchannel([](Lba lba, uint8_t* block) {
+                 fixtures::TrackLayout layout{{{TrackKind::kData, 0, 0, 30}}, 30};
+                 fixtures::qSubchannel(layout, lba, block);
+                 if (lba == 3) block[kSubchannelQOffset + 5] ^= 1;
+             });
+             fixtures::WrittenImage image;
+             builder.write(dir, "disc", fixtures::ImageKind::kClonecd, &image, nullptr);
+             return image.imagePath;
+         },
+         "sector 3 (00:02:03): Q channel CRC mismatch"},
+        {"tracks_out_of_order",
+         [](const std::string& dir) {
+             fixtures::writeText(dir + "/disc.ccd", "[TRACK 1]\nINDEX 1=0\n[TRACK 2]\nINDEX 1=0\n", nullptr);
+             fixtures::writeText(dir + "/disc.img", std::string(2352 * 8, '\0'), nullptr);
+             return dir + "/disc.ccd";
+         },
+         "track table: track 2 does not start after the one before"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string dir = scratch_.file(c.name);
+        fixtures::makeDirectories(dir, nullptr);
+        const ToolResult run = runLumadisc(scratch_, {"verify", c.write(dir)});
+        EXPECT_EQ(run.exitCode, std::string(c.name) == "clean" ? 0 : 1) << describeRun(run);
+        EXPECT_NE(run.out.find(c.expected), std::string::npos) << run.out;
+    }
 }
 
 }  // namespace
