@@ -8,8 +8,12 @@
 #include <string>
 #include <system_error>
 
+#include <chrono>
+
+#include "host/classic_host.h"
 #include "host/scratch_dir.h"
 #include "tools/fixtures/cue_image.h"
+#include "tools/fixtures/ini_file.h"
 
 namespace lumadisc::bench {
 
@@ -68,6 +72,42 @@ inline bool writeBenchImage(const char* program, const Options& options, const h
         return false;
     }
     return true;
+}
+
+// Sectors per second of CDRreadTrack + CDRgetBuffer over sectors [0, count); *sum keeps the reads
+// observable, *failed is set when a read fails.
+inline double pluginReadLoop(const host::ClassicExports& api, int32_t count, uint64_t* sum, bool* failed) {
+    const auto start = std::chrono::steady_clock::now();
+    for (int32_t lba = 0; lba < count; ++lba) {
+        const Msf bcd = bcdMsf(msfFromLba(lba));
+        unsigned char time[3] = {bcd.minute, bcd.second, bcd.frame};
+        if (api.readTrack(time) != 0) *failed = true;
+        const unsigned char* buffer = api.getBuffer();  // byte 12 of the raw sector
+        *sum += buffer[3] + buffer[100 - 12];
+    }
+    return count / std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+// Writes the settings into directory and runs CDRinit + CDRopen; false after saying why.
+inline bool openDisc(const char* program, host::ClassicHost& host, const std::string& directory,
+                     const fixtures::PluginIni& settings) {
+    std::string error;
+    if (!fixtures::writePluginIni(directory, settings, &error)) {
+        std::fprintf(stderr, "%s: %s\n", program, error.c_str());
+        return false;
+    }
+    host.api().init();
+    if (host.api().open() != 0) {
+        std::fprintf(stderr, "%s: the plugin could not open %s\n", program, settings.current.c_str());
+        host.api().shutdown();
+        return false;
+    }
+    return true;
+}
+
+inline void closeDisc(host::ClassicHost& host) {
+    host.api().close();
+    host.api().shutdown();
 }
 
 }  // namespace lumadisc::bench

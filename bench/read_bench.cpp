@@ -61,19 +61,6 @@ double plainLoop(const std::string& binPath, int32_t count, uint64_t* sum) {
     return count / elapsed;
 }
 
-// Sectors per second of CDRreadTrack + CDRgetBuffer over sectors [0, count).
-double pluginLoop(const host::ClassicExports& api, int32_t count, uint64_t* sum, bool* failed) {
-    const auto start = Clock::now();
-    for (int32_t lba = 0; lba < count; ++lba) {
-        const Msf bcd = bcdMsf(msfFromLba(lba));
-        unsigned char time[3] = {bcd.minute, bcd.second, bcd.frame};
-        if (api.readTrack(time) != 0) *failed = true;
-        const unsigned char* buffer = api.getBuffer();  // byte 12 of the raw sector
-        *sum += buffer[3] + buffer[100 - 12];
-    }
-    return count / seconds(start);
-}
-
 struct Figure {
     const char* name;
     const char* target;
@@ -91,26 +78,6 @@ struct Figure {
         }
     }
 };
-
-bool openDisc(host::ClassicHost& host, const std::string& directory, const fixtures::PluginIni& settings) {
-    std::string error;
-    if (!fixtures::writePluginIni(directory, settings, &error)) {
-        std::fprintf(stderr, "read_bench: %s\n", error.c_str());
-        return false;
-    }
-    host.api().init();
-    if (host.api().open() != 0) {
-        std::fprintf(stderr, "read_bench: the plugin could not open %s\n", settings.current.c_str());
-        host.api().shutdown();
-        return false;
-    }
-    return true;
-}
-
-void closeDisc(host::ClassicHost& host) {
-    host.api().close();
-    host.api().shutdown();
-}
 
 }  // namespace
 
@@ -153,18 +120,18 @@ int main(int argc, char** argv) {
         settings.caching = false;
         settings.cachingLevel.reset();
         double base = plainLoop(image.binPath, options.sectors, &sum);
-        if (!openDisc(host, scratch.path(), settings)) return 1;
-        off.add(pluginLoop(host.api(), options.sectors, &sum, &failed), base);
-        closeDisc(host);
+        if (!bench::openDisc("read_bench", host, scratch.path(), settings)) return 1;
+        off.add(bench::pluginReadLoop(host.api(), options.sectors, &sum, &failed), base);
+        bench::closeDisc(host);
 
         settings.caching = true;
         settings.cachingLevel = kWarmCacheLevel;
         base = plainLoop(image.binPath, options.sectors, &sum);
-        if (!openDisc(host, scratch.path(), settings)) return 1;
-        cold.add(pluginLoop(host.api(), options.sectors, &sum, &failed), base);
+        if (!bench::openDisc("read_bench", host, scratch.path(), settings)) return 1;
+        cold.add(bench::pluginReadLoop(host.api(), options.sectors, &sum, &failed), base);
         base = plainLoop(image.binPath, warmSectors, &sum);
-        warm.add(pluginLoop(host.api(), warmSectors, &sum, &failed), base);
-        closeDisc(host);
+        warm.add(bench::pluginReadLoop(host.api(), warmSectors, &sum, &failed), base);
+        bench::closeDisc(host);
     }
     host.loader().unload();
     scratch.leave();

@@ -62,6 +62,15 @@ void fillEcc(uint8_t* sector) {
     computeParity(sector + kSectorHeaderOffset, 52, 43, 86, 88, sector + 2248);  // Q: 104 bytes
 }
 
+// Mode 2 parity is computed with the four header bytes taken as zero.
+void fillMode2Ecc(uint8_t* sector) {
+    uint8_t header[4];
+    std::memcpy(header, sector + kSectorHeaderOffset, 4);
+    std::memset(sector + kSectorHeaderOffset, 0, 4);
+    fillEcc(sector);
+    std::memcpy(sector + kSectorHeaderOffset, header, 4);
+}
+
 }  // namespace
 
 bool sectorHasSync(const uint8_t* sector) { return std::memcmp(sector, kSectorSync, kSyncSize) == 0; }
@@ -82,6 +91,15 @@ void writeSubheader(uint8_t* sector, uint8_t file, uint8_t channel, uint8_t subm
         out[1] = channel;
         out[2] = submode;
         out[3] = coding;
+    }
+}
+
+void deinterleaveSubchannel(const uint8_t* raw, uint8_t* block) {
+    std::memset(block, 0, kSubchannelSize);
+    for (int i = 0; i < kSubchannelSize; ++i) {
+        for (int channel = 0; channel < 8; ++channel) {
+            if (raw[i] & (0x80 >> channel)) block[channel * 12 + i / 8] |= static_cast<uint8_t>(0x80 >> (i % 8));
+        }
     }
 }
 
@@ -111,27 +129,17 @@ void fillMode1EdcEcc(uint8_t* sector) {
 
 void fillForm1EdcEcc(uint8_t* sector) {
     writeLe32(sector + 2072, computeEdc(sector + kSubheaderOffset, 2056));
-    uint8_t header[4];
-    std::memcpy(header, sector + kSectorHeaderOffset, 4);
-    std::memset(sector + kSectorHeaderOffset, 0, 4);
-    fillEcc(sector);
-    std::memcpy(sector + kSectorHeaderOffset, header, 4);
+    fillMode2Ecc(sector);
 }
 
 void fillForm2Edc(uint8_t* sector) {
     writeLe32(sector + 2348, computeEdc(sector + kSubheaderOffset, 2332));
 }
 
-void subchannelDeinterleave(const uint8_t* raw, uint8_t* block) {
-    constexpr int kChannels = 8;
-    constexpr int kChannelBytes = kSubchannelSize / kChannels;
-    for (int i = 0; i < kSubchannelSize; ++i) block[i] = 0;
-    for (int symbol = 0; symbol < kSubchannelSize; ++symbol) {
-        for (int channel = 0; channel < kChannels; ++channel) {
-            if (raw[symbol] & (0x80 >> channel))
-                block[channel * kChannelBytes + symbol / 8] |= static_cast<uint8_t>(0x80 >> (symbol % 8));
-        }
-    }
+void restoreSyncAndEcc(uint8_t* sector) {
+    std::memcpy(sector, kSectorSync, kSyncSize);
+    if (sector[kSectorModeOffset] == 2) fillMode2Ecc(sector);
+    else fillEcc(sector);
 }
 
 }  // namespace lumadisc

@@ -86,6 +86,9 @@ inline uint32_t readBe32(const uint8_t* p) {
     return (static_cast<uint32_t>(p[0]) << 24) | (static_cast<uint32_t>(p[1]) << 16) |
            (static_cast<uint32_t>(p[2]) << 8) | static_cast<uint32_t>(p[3]);
 }
+inline uint64_t readBe64(const uint8_t* p) {
+    return (static_cast<uint64_t>(readBe32(p)) << 32) | static_cast<uint64_t>(readBe32(p + 4));
+}
 inline void writeLe16(uint8_t* p, uint32_t value) {
     p[0] = static_cast<uint8_t>(value);
     p[1] = static_cast<uint8_t>(value >> 8);
@@ -108,9 +111,9 @@ void writeSectorHeader(uint8_t* sector, Lba lba, uint8_t mode);
 // The Mode 2 subheader (file, channel, submode, coding), stored twice at bytes 16..23.
 void writeSubheader(uint8_t* sector, uint8_t file, uint8_t channel, uint8_t submode, uint8_t coding);
 
-// The subchannel as a drive returns it raw (one bit of each channel P..W per byte, P in the top bit)
-// into the block layout of whole channels, 12 bytes each from P to W.
-void subchannelDeinterleave(const uint8_t* raw, uint8_t* block);
+// A 96-byte subchannel block as a drive reads it raw (byte i carries bit i of every channel, P in
+// bit 7 down to W in bit 0) turned into the de-interleaved SubchannelBlock (P bytes 0..11, Q 12..23, ...).
+void deinterleaveSubchannel(const uint8_t* raw, uint8_t* block);
 
 // CRC of the Q subchannel: CRC-16, polynomial 0x1021, initial value 0, MSB first, then inverted.
 uint16_t qCrc(const uint8_t* data, int length);
@@ -128,5 +131,8 @@ void fillMode1EdcEcc(uint8_t* sector);
 void fillForm1EdcEcc(uint8_t* sector);
 // Mode 2 Form 2: EDC over subheader and the 2324 user bytes at 2348.
 void fillForm2Edc(uint8_t* sector);
+// Writes the sync pattern and recomputes only the P and Q parity, leaving header, data and EDC as
+// they are (Mode 2 sectors with their header taken as zero): restores a sector stored without them.
+void restoreSyncAndEcc(uint8_t* sector);
 
 }  // namespace lumadisc

@@ -27,6 +27,7 @@ enum DiscType : int32_t {
     kDiscCcd = 5,
     kDiscMds = 6,
     kDiscToc = 7,
+    kDiscChd = 8,  // compressed hunks image
 };
 
 }  // namespace lumadisc

@@ -11,6 +11,7 @@
 #include "formats/cdrdao.h"
 #include "formats/cdrdao_text.h"
 #include "formats/sbi.h"
+#include "formats/chd.h"
 #include "formats/clonecd.h"
 #include "formats/executable_disc.h"
 #include "formats/null_disc.h"
@@ -38,6 +39,7 @@ DiscType discTypeOfPath(const char* path) {
     if (endsWithNoCase(path, ".toc")) return kDiscToc;
     if (endsWithNoCase(path, ".mds")) return kDiscMds;
     if (endsWithNoCase(path, ".exe")) return kDiscExecutable;
+    if (endsWithNoCase(path, ".chd")) return kDiscChd;
     return kDiscUnknown;
 }
 
@@ -95,6 +97,11 @@ bool CCdRead::bindKind(DiscType kind, const char* path) {
         data_ = &g_cdromData;
         sub_ = &g_cdromSub;
         return true;
+    case kDiscChd:
+        toc_ = &g_chdToc;
+        data_ = &g_chdData;
+        sub_ = &g_chdSub;
+        return true;
     default:
         logWrite(kLogPlugin, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
         return false;
@@ -112,11 +119,12 @@ void CCdRead::chooseSubchannelSource(const char* path) {
         return;
     }
     // The kind's own source is opened in passing; every disc without a ".sub" file is served by
-    // the generated subchannel, so the kind's source is closed again at once.
+    // the generated subchannel, so the kind's source is closed again at once. A compressed image
+    // is the exception: the subchannel data it stores (when it stores any) is the disc's own.
     CCdVirtualSub* own = sub_;
     if (own->open(path) == 0) {
         // Kinds laid out as an extent table describe every sector's track and index themselves.
-        if (ownSubDescribesDisc_) return;
+        if (ownSubDescribesDisc_ || own == &g_chdSub) return;
         own->close();
     }
     sub_ = &g_autoSub;

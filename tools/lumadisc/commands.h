@@ -18,6 +18,8 @@ int runPlay(const CommonOptions& options, const Arguments& arguments);
 int runXa(const CommonOptions& options, const Arguments& arguments);
 int runDrives(const CommonOptions& options, const Arguments& arguments);
 int runRip(const CommonOptions& options, const Arguments& arguments);
+int runVerify(const CommonOptions& options, const Arguments& arguments);
+int runConvert(const CommonOptions& options, const Arguments& arguments);
 int runMakeDemo(const Arguments& arguments);
 
 // Parses a whole decimal number; false when the text is not one.

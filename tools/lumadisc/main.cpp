@@ -32,12 +32,16 @@ constexpr const char* kUsage =
     "  rip DRIVE OUT.cue [--sub] [--retries N]\n"
     "                                   copies the disc in DRIVE to OUT.cue and OUT.bin (and OUT.sub with\n"
     "                                   the raw subchannel), retrying unreadable sectors N times (3)\n"
+    "  verify DISC [--json]             reads every sector and checks sync, header address, EDC/ECC, the\n"
+    "                                   Q channel's CRC and the track table; exit 1 when anything fails\n"
+    "  convert DISC OUT.cue             writes the disc as one CUE/BIN (and OUT.sub when the disc has\n"
+    "                                   subchannel data of its own)\n"
     "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
     "                                   executable (demo.exe) into DIR\n"
     "\n"
     "Without DISC the built-in demo disc is used. DISC is what the plugin's \"cd selection\" setting\n"
-    "takes: an image path (.cue), a console executable (.exe), a drive (a path without a dot,\n"
-    "such as /dev/sr0) or \"No CD (bios shell)\".\n"
+    "takes: an image path (.cue, .ccd, .mds, .toc, .chd), a console executable (.exe), a drive (a path\n"
+    "without a dot, such as /dev/sr0) or \"No CD (bios shell)\".\n"
     "\n"
     "options:\n"
     "  --plugin PATH   the plugin library (default: $LUMADISC_PLUGIN, else liblumadisc.so beside the tool,\n"
@@ -63,6 +67,8 @@ int dispatch(const std::string& command, const CommonOptions& options, const Arg
     if (command == "play") return runPlay(options, arguments);
     if (command == "xa") return runXa(options, arguments);
     if (command == "drives") return runDrives(options, arguments);
+    if (command == "verify") return runVerify(options, arguments);
+    if (command == "convert") return runConvert(options, arguments);
     if (command == "rip") return runRip(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
     if (command == "help") {

@@ -140,7 +140,7 @@ bool Ripper::copy(Lba leadOut, FILE* bin, FILE* sub, std::vector<uint8_t>& modes
             if (read && table.row(track).start == lba && sectorHasSync(buffer)) modes[track] = buffer[kSectorModeOffset];
         if (std::fwrite(buffer, 1, kRawSectorSize, bin) != kRawSectorSize) writeFailed_ = true;
         if (sub) {
-            subchannelDeinterleave(buffer + kRawSectorSize, block);
+            deinterleaveSubchannel(buffer + kRawSectorSize, block);
             if (!withSub_) std::memset(block, 0, sizeof block);
             if (std::fwrite(block, 1, sizeof block, sub) != sizeof block) writeFailed_ = true;
         }

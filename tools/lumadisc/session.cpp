@@ -66,6 +66,7 @@ std::string discKindName(const std::string& disc) {
     if (endsWith(disc, ".toc")) return "full TOC (7)";
     if (endsWith(disc, ".mds")) return "MDS descriptor (6)";
     if (endsWith(disc, ".exe")) return "executable (2)";
+    if (endsWith(disc, ".chd")) return "compressed image (8)";
     return "unknown (-1)";
 }
 
