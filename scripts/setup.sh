@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config
   libgtest-dev libgmock-dev libbenchmark-dev
-  libiniparser-dev libmd-dev libopenal-dev
+  libiniparser-dev libmd-dev libopenal-dev libx11-dev libevdev-dev libnotify-dev xdotool
   clang-14 libclang-rt-14-dev
   libcdio-utils genisoimage vcdimager ffmpeg
   pcsxr xvfb xauth libgl1-mesa-dri
