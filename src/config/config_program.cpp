@@ -1,5 +1,6 @@
 #include "config/config_program.h"
 
+#include <cstdio>
 #include <cstdlib>
 
 #include "config/log.h"
@@ -44,19 +45,28 @@ std::string findConfigProgram(const char* workingDirectory) {
     return "";
 }
 
+namespace {
+
+// The classic face runs the program while its log is closed (CDRconfigure, calldialogonstart), so a
+// failure also goes to standard output, where the "[SYS]" lines of the operating system's services go.
+void reportFailure(const char* what, const std::string& detail) {
+    logWrite(kLogPlugin, "[CDR] Error: configuration program %s (%s).\n", what, detail.c_str());
+    std::printf("[SYS] Error: configuration program %s (%s).\n", what, detail.c_str());
+    std::fflush(stdout);
+}
+
+}  // namespace
+
 void runConfigProgram(const char* workingDirectory) {
     const char* directory = workingDirectory != nullptr && workingDirectory[0] != '\0' ? workingDirectory : ".";
     const std::string program = findConfigProgram(directory);
     if (program.empty()) {
-        logWrite(kLogPlugin, "[CDR] Error: configuration program not found (%s).\n", kConfigProgramName);
+        reportFailure("not found", kConfigProgramName);
         return;
     }
     logWrite(kLogPlugin, "[CDR] runConfigProgram(%s, %s).\n", program.c_str(), directory);
     std::string reason;
-    if (!runner().runAndWait(program, directory, &reason)) {
-        logWrite(kLogPlugin, "[CDR] Error: configuration program not started (%s: %s).\n", program.c_str(),
-                 reason.c_str());
-    }
+    if (!runner().runAndWait(program, directory, &reason)) reportFailure("not started", program + ": " + reason);
 }
 
 }  // namespace lumadisc
