@@ -3,6 +3,7 @@
 // program's runs and the disc that is open.
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <map>
@@ -158,6 +159,56 @@ TEST_F(HotKeysX11, TheMessageFileLeavesWithTheDisc) {
     // Keys pressed while the disc is closed do nothing.
     ASSERT_TRUE(x_.press("F9"));
     EXPECT_EQ(status() & LUMADISC_STATUS_LID_OPEN, 0u);
+}
+
+// Run under ThreadSanitizer too: the hot-key thread changes settings, reloads them and swaps the disc
+// while the host's thread reads sectors and starts and stops CD audio, and the audio thread plays.
+TEST_F(HotKeysX11, KeysCdAudioAndHostReadsRunTogether) {
+    const auto withAudio = [](int dataSectors) {
+        return CueImageBuilder().addDataTrack(dataSectors).addAudioTrack(300);
+    };
+    disc_ = writeCue(withAudio(40), "first").cuePath;
+    const std::string second = writeCue(withAudio(30), "second").cuePath;
+    std::ofstream(dir() + "/disc-cycle") << disc_ << "\n" << second << "\n";
+    auto settings = settingsFor(disc_);
+    settings.playCdda = true;
+    settings.extra = kDefaultBindings;
+    settings.extra.push_back({"hot keys", {"togglecdda0", "01100049"}});          // F7
+    settings.extra.push_back({"hot keys", {"increasecddavolume0", "01100047"}});  // F5
+    settings.extra.push_back({"hot keys", {"decreasecddavolume1", "01100048"}});  // F6
+    ASSERT_EQ(openWith(settings), 0);
+
+    std::atomic<bool> done{false};
+    std::thread keys([&] {
+        for (int round = 0; round < 3; ++round) {
+            for (const char* key : {"F7", "F5", "F6", "F9", "F10", "F11", "F7"}) x_.press(key, 80ms, 80ms);
+        }
+        done = true;
+    });
+    int reads = 0, failed = 0;
+    for (int i = 0; !done; ++i) {
+        const host::SectorRead sector = host().readSector(i % 30);
+        ++reads;
+        if (sector.result != 0) ++failed;
+        status();
+        if (i % 25 == 0) {
+            unsigned char start[3] = {0, 0, 0};
+            api().getTD(2, start);
+            unsigned char at[3] = {start[2], start[1], start[0]};
+            api().play(at);
+        } else if (i % 25 == 12) {
+            api().stop();
+        }
+        std::this_thread::sleep_for(2ms);
+    }
+    keys.join();
+    EXPECT_GT(reads, 100);
+    EXPECT_EQ(failed, 0) << "every read of a data sector of either disc succeeded";
+    const std::string said = messages();
+    size_t swaps = 0;
+    for (size_t at = said.find("CD swapped\n"); at != std::string::npos; at = said.find("CD swapped\n", at + 1)) ++swaps;
+    EXPECT_EQ(swaps, 3u) << said;
+    EXPECT_EQ(configRuns(dir()), 3);
 }
 
 }  // namespace
