@@ -17,6 +17,8 @@ int runBoot(const CommonOptions& options, const Arguments& arguments);
 int runPlay(const CommonOptions& options, const Arguments& arguments);
 int runXa(const CommonOptions& options, const Arguments& arguments);
 int runMakeDemo(const Arguments& arguments);
+int runKeys(const Arguments& arguments);
+int runMessages(const Arguments& arguments);
 
 // Parses a whole decimal number; false when the text is not one.
 bool parseNumber(const std::string& text, long* value);

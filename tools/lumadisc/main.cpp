@@ -26,6 +26,12 @@ constexpr const char* kUsage =
     "                                   controller and writes what it hands to spuPlayCDXA to FILE\n"
     "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
     "                                   executable (demo.exe) into DIR\n"
+    "  keys [--count N] [--seconds S]   names the keys, mouse and joystick inputs as they are pressed\n"
+    "                                   and prints the combination string for the \"hot keys\" settings\n"
+    "  messages [--follow [--seconds S]] [--notify] [--pid PID]\n"
+    "                                   prints (and empties) the status lines of a running plugin's\n"
+    "                                   message file; --follow keeps printing them as they come,\n"
+    "                                   --notify also shows each as a desktop notification\n"
     "\n"
     "Without DISC the built-in demo disc is used. DISC is what the plugin's \"cd selection\" setting\n"
     "takes: an image path (.cue), a console executable (.exe) or \"No CD (bios shell)\".\n"
@@ -76,6 +82,8 @@ int main(int argc, char** argv) {
     if (command == "play") return runPlay(options, arguments);
     if (command == "xa") return runXa(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
+    if (command == "keys") return runKeys(arguments);
+    if (command == "messages") return runMessages(arguments);
     if (command == "help") {
         std::fputs(kUsage, stdout);
         return kExitOk;
