@@ -78,6 +78,24 @@ bool XvfbServer::press(const std::string& keys, std::chrono::milliseconds held, 
     return released;
 }
 
+EnvironmentOverride::~EnvironmentOverride() {
+    for (const auto& [name, value] : saved_) {
+        if (value) {
+            setenv(name.c_str(), value->c_str(), 1);
+        } else {
+            unsetenv(name.c_str());
+        }
+    }
+}
+
+void EnvironmentOverride::set(const std::string& name, const std::string& value) {
+    if (saved_.count(name) == 0) {
+        const char* old = std::getenv(name.c_str());
+        saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
+    }
+    setenv(name.c_str(), value.c_str(), 1);
+}
+
 void writeConfigStandIn(const std::string& directory, const std::string& extraShell) {
     const std::string path = directory + "/configs/lumadisc-config";
     mkdir((directory + "/configs").c_str(), 0777);

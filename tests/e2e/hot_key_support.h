@@ -6,6 +6,8 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
+#include <optional>
 #include <string>
 
 namespace lumadisc::e2e {
@@ -31,6 +33,19 @@ private:
     pid_t pid_ = -1;
     int pipe_ = -1;
     std::string display_;
+};
+
+// Sets environment variables for a test and puts the old values back when destroyed.
+class EnvironmentOverride {
+public:
+    EnvironmentOverride() = default;
+    ~EnvironmentOverride();
+    EnvironmentOverride(const EnvironmentOverride&) = delete;
+    EnvironmentOverride& operator=(const EnvironmentOverride&) = delete;
+    void set(const std::string& name, const std::string& value);
+
+private:
+    std::map<std::string, std::optional<std::string>> saved_;
 };
 
 // Writes <directory>/configs/lumadisc-config: each run appends a line to <directory>/config-runs, and

@@ -12,6 +12,7 @@
 
 #include "tests/e2e/hot_key_support.h"
 #include "tests/e2e/plugin_harness.h"
+#include "tests/e2e/tool_runner.h"
 
 namespace lumadisc::e2e {
 namespace {
@@ -33,26 +34,10 @@ protected:
         PluginHarness::SetUp();
         std::string why;
         if (!x_.start(&why)) GTEST_SKIP() << why;
-        remember("DISPLAY");
-        remember("TMP");
-        setenv("DISPLAY", x_.display().c_str(), 1);
-        setenv("TMP", dir().c_str(), 1);  // the message file goes under the scratch directory
+        environment_.set("DISPLAY", x_.display());
+        environment_.set("TMP", dir());  // the message file goes under the scratch directory
         messages_ = dir() + "/qorvin/" + std::to_string(getpid()) + "/cdr.messages";
         writeConfigStandIn(dir());
-    }
-    void TearDown() override {
-        PluginHarness::TearDown();
-        for (const auto& [name, value] : saved_) {
-            if (value.first) {
-                setenv(name.c_str(), value.second.c_str(), 1);
-            } else {
-                unsetenv(name.c_str());
-            }
-        }
-    }
-    void remember(const char* name) {
-        const char* value = std::getenv(name);
-        saved_[name] = {value != nullptr, value != nullptr ? value : ""};
     }
 
     // Opens a one-track disc with the given bindings (and further settings).
@@ -80,7 +65,7 @@ protected:
     XvfbServer x_;
     std::string messages_;
     std::string disc_;
-    std::map<std::string, std::pair<bool, std::string>> saved_;
+    EnvironmentOverride environment_;
 };
 
 TEST_F(HotKeysX11, DefaultBindingsWorkTheCoverTheDiscSwapAndTheConfigurationProgram) {
@@ -159,6 +144,21 @@ TEST_F(HotKeysX11, TheMessageFileLeavesWithTheDisc) {
     // Keys pressed while the disc is closed do nothing.
     ASSERT_TRUE(x_.press("F9"));
     EXPECT_EQ(status() & LUMADISC_STATUS_LID_OPEN, 0u);
+}
+
+TEST_F(HotKeysX11, TheMessageReaderMakesRoomForLaterLines) {
+    openWithBindings(kDefaultBindings);
+    const std::string full(1024, '.');
+    std::ofstream(messages_) << full;
+    ASSERT_TRUE(x_.press("F9"));
+    std::this_thread::sleep_for(150ms);
+    EXPECT_EQ(messages(), full) << "a full file takes no more lines";
+    ToolResult read = runLumadisc(scratch_, {"messages", "--pid", std::to_string(getpid())});
+    EXPECT_EQ(read.out, full);
+    ASSERT_TRUE(x_.press("F10"));
+    EXPECT_TRUE(messagesAre("CD-rom cover closed\n")) << messages();
+    read = runLumadisc(scratch_, {"messages"});
+    EXPECT_EQ(read.out, "CD-rom cover closed\n") << describeRun(read);
 }
 
 // Run under ThreadSanitizer too: the hot-key thread changes settings, reloads them and swaps the disc

@@ -23,17 +23,7 @@ class ToolMessages : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(scratch_.ok());
-        const char* tmp = std::getenv("TMP");
-        hadTmp_ = tmp != nullptr;
-        if (tmp != nullptr) savedTmp_ = tmp;
-        setenv("TMP", scratch_.path().c_str(), 1);
-    }
-    void TearDown() override {
-        if (hadTmp_) {
-            setenv("TMP", savedTmp_.c_str(), 1);
-        } else {
-            unsetenv("TMP");
-        }
+        environment_.set("TMP", scratch_.path());
     }
     // The message file a plugin in process pid would have, holding text.
     std::string messageFile(pid_t pid, const std::string& text) {
@@ -46,8 +36,7 @@ protected:
     void append(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::app) << text; }
 
     host::ScratchDir scratch_{"lumadisc-messages"};
-    bool hadTmp_ = false;
-    std::string savedTmp_;
+    EnvironmentOverride environment_;
 };
 
 pid_t endedProcess() {
@@ -112,20 +101,14 @@ TEST(ToolKeys, NamesTheInputsAndPrintsTheCombinationString) {
     std::string why;
     if (!x.start(&why)) GTEST_SKIP() << why;
     host::ScratchDir scratch("lumadisc-keys");
-    const char* display = std::getenv("DISPLAY");
-    const std::string saved = display != nullptr ? display : "";
-    setenv("DISPLAY", x.display().c_str(), 1);
+    EnvironmentOverride environment;
+    environment.set("DISPLAY", x.display());
     ToolResult run;
     std::thread tool([&] { run = runLumadisc(scratch, {"keys", "--count", "2", "--seconds", "10"}); });
     std::this_thread::sleep_for(700ms);
     x.press("Control_L Alt_L c", 300ms, 300ms);
     x.press("F9", 200ms, 300ms);
     tool.join();
-    if (display != nullptr) {
-        setenv("DISPLAY", saved.c_str(), 1);
-    } else {
-        unsetenv("DISPLAY");
-    }
     EXPECT_EQ(run.exitCode, 0) << describeRun(run);
     EXPECT_NE(run.out.find("keys through the X server"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("\nKb0_Control_Left + Alt_Left + 'C'\n0110004436\n"), std::string::npos) << run.out;
