@@ -134,18 +134,6 @@ TEST_F(HotKeysX11, OneCombinationInSeveralSlotsRunsEachInTurn) {
     EXPECT_TRUE(messagesAre("CDXA sound: muted\nCDXA sound: unmuted\nCDDA sound: muted\n")) << messages();
 }
 
-TEST_F(HotKeysX11, TheMessageFileLeavesWithTheDisc) {
-    openWithBindings(kDefaultBindings);
-    ASSERT_TRUE(host::readFile(messages_).empty());
-    ASSERT_TRUE(waitUntil([&] { return access(messages_.c_str(), F_OK) == 0; }, 1s));
-    api().close();
-    EXPECT_NE(access(messages_.c_str(), F_OK), 0);
-    EXPECT_NE(access((dir() + "/qorvin/" + std::to_string(getpid())).c_str(), F_OK), 0);
-    // Keys pressed while the disc is closed do nothing.
-    ASSERT_TRUE(x_.press("F9"));
-    EXPECT_EQ(status() & LUMADISC_STATUS_LID_OPEN, 0u);
-}
-
 TEST_F(HotKeysX11, TheMessageReaderMakesRoomForLaterLines) {
     openWithBindings(kDefaultBindings);
     const std::string full(1024, '.');
