@@ -256,6 +256,26 @@ int settingsLoad(Settings* settings) {
     return 0;
 }
 
+void settingsPublish(Settings* target, const Settings& loaded) {
+    if (target == nullptr || target == &loaded) return;
+    static_assert(sizeof(Settings) == 4096 + 512 + sizeof Settings::hotKeys + 32 + 22 * sizeof(int32_t),
+                  "a new setting must be published below too");
+    Settings& t = *target;
+    std::memcpy(t.current, loaded.current, sizeof t.current);
+    std::memcpy(t.filter, loaded.filter, sizeof t.filter);
+    std::memcpy(t.hotKeys, loaded.hotKeys, sizeof t.hotKeys);
+    std::memcpy(t.language, loaded.language, sizeof t.language);
+    for (int32_t Settings::*field :
+         {&Settings::playcdxa, &Settings::cdxavolumelevel, &Settings::playcdda, &Settings::cddavolumelevel,
+          &Settings::readsubchannels, &Settings::ppfpatching, &Settings::speedlimitation, &Settings::tryagainonerror,
+          &Settings::spindowntime, &Settings::caching, &Settings::cachinglevel, &Settings::showstatus,
+          &Settings::coveropened, &Settings::calldialogonstart, &Settings::enablelogging, &Settings::enabledebugger,
+          &Settings::savedialogparameters, &Settings::savesettingsonexit, &Settings::dialogx, &Settings::dialogy,
+          &Settings::dialogw, &Settings::dialogh}) {
+        settingSetLive(t.*field, loaded.*field);
+    }
+}
+
 int settingsSave(const Settings* settings) {
     if (settings == nullptr) return -1;
     dictionary* ini = dictionary_new(0);

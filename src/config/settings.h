@@ -72,6 +72,10 @@ inline void settingSetLive(int32_t& field, int32_t value) {
 void settingsDefaults(Settings* settings);
 // 0, or -1 when the file cannot be read (the record then holds the defaults).
 int settingsLoad(Settings* settings);
+// Copies a record loaded aside into target field by field, every 32-bit field through
+// settingSetLive, so a reader of live settings never sees a record reset to its defaults half way.
+// Callers hold the lock of every thread that reads the other fields (the reader front's).
+void settingsPublish(Settings* target, const Settings& loaded);
 // 0 (also when the file cannot be created); -1 when no dictionary can be made.
 int settingsSave(const Settings* settings);
 

@@ -21,6 +21,8 @@ int runRip(const CommonOptions& options, const Arguments& arguments);
 int runVerify(const CommonOptions& options, const Arguments& arguments);
 int runConvert(const CommonOptions& options, const Arguments& arguments);
 int runMakeDemo(const Arguments& arguments);
+int runKeys(const Arguments& arguments);
+int runMessages(const Arguments& arguments);
 
 // Parses a whole decimal number; false when the text is not one.
 bool parseNumber(const std::string& text, long* value);

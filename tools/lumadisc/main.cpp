@@ -38,6 +38,12 @@ constexpr const char* kUsage =
     "                                   subchannel data of its own)\n"
     "  make-demo DIR                    writes the demo disc (demo.cue, demo.bin) and the demo\n"
     "                                   executable (demo.exe) into DIR\n"
+    "  keys [--count N] [--seconds S]   names the keys, mouse and joystick inputs as they are pressed\n"
+    "                                   and prints the combination string for the \"hot keys\" settings\n"
+    "  messages [--follow [--seconds S]] [--notify] [--pid PID]\n"
+    "                                   prints (and empties) the status lines of a running plugin's\n"
+    "                                   message file; --follow keeps printing them as they come,\n"
+    "                                   --notify also shows each as a desktop notification\n"
     "\n"
     "Without DISC the built-in demo disc is used. DISC is what the plugin's \"cd selection\" setting\n"
     "takes: an image path (.cue, .ccd, .mds, .toc, .chd), a console executable (.exe), a drive (a path\n"
@@ -69,6 +75,8 @@ int dispatch(const std::string& command, const CommonOptions& options, const Arg
     if (command == "drives") return runDrives(options, arguments);
     if (command == "verify") return runVerify(options, arguments);
     if (command == "convert") return runConvert(options, arguments);
+    if (command == "keys") return runKeys(arguments);
+    if (command == "messages") return runMessages(arguments);
     if (command == "rip") return runRip(options, arguments);
     if (command == "make-demo") return runMakeDemo(arguments);
     if (command == "help") {
