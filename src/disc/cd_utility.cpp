@@ -103,11 +103,15 @@ void deinterleaveSubchannel(const uint8_t* raw, uint8_t* block) {
     }
 }
 
-uint16_t qCrc(const uint8_t* data, int length) {
+uint16_t crc16Ccitt(const uint8_t* data, size_t size, uint16_t initial) {
     const Tables& t = tables();
-    uint16_t crc = 0;
-    for (int i = 0; i < length; ++i) crc = static_cast<uint16_t>((crc << 8) ^ t.qCrc[((crc >> 8) ^ data[i]) & 0xFF]);
-    return static_cast<uint16_t>(~crc);
+    uint16_t crc = initial;
+    for (size_t i = 0; i < size; ++i) crc = static_cast<uint16_t>((crc << 8) ^ t.qCrc[((crc >> 8) ^ data[i]) & 0xFF]);
+    return crc;
+}
+
+uint16_t qCrc(const uint8_t* data, int length) {
+    return static_cast<uint16_t>(~crc16Ccitt(data, static_cast<size_t>(length), 0));
 }
 
 bool qCrcValid(const uint8_t* q) { return readBe16(q + 10) == qCrc(q, 10); }

@@ -115,6 +115,9 @@ void writeSubheader(uint8_t* sector, uint8_t file, uint8_t channel, uint8_t subm
 // bit 7 down to W in bit 0) turned into the de-interleaved SubchannelBlock (P bytes 0..11, Q 12..23, ...).
 void deinterleaveSubchannel(const uint8_t* raw, uint8_t* block);
 
+// CRC-16 with the polynomial 0x1021, MSB first, from `initial`, without a final inversion (the
+// family of the Q CRC; compressed images check their map and hunks with it from 0xFFFF).
+uint16_t crc16Ccitt(const uint8_t* data, size_t size, uint16_t initial);
 // CRC of the Q subchannel: CRC-16, polynomial 0x1021, initial value 0, MSB first, then inverted.
 uint16_t qCrc(const uint8_t* data, int length);
 // True when Q bytes 10 and 11 hold the CRC of Q bytes 0..9 (high byte first).

@@ -35,20 +35,7 @@ enum : int {
 };
 
 // CRC-16 of the map and the hunks: polynomial 0x1021, initial value 0xFFFF, no final inversion.
-uint16_t crc16(const uint8_t* data, size_t size) {
-    static const std::array<uint16_t, 256> table = [] {
-        std::array<uint16_t, 256> t{};
-        for (uint32_t i = 0; i < 256; ++i) {
-            uint32_t crc = i << 8;
-            for (int bit = 0; bit < 8; ++bit) crc = (crc & 0x8000) ? (crc << 1) ^ 0x1021 : crc << 1;
-            t[i] = static_cast<uint16_t>(crc);
-        }
-        return t;
-    }();
-    uint16_t crc = 0xFFFF;
-    for (size_t i = 0; i < size; ++i) crc = static_cast<uint16_t>((crc << 8) ^ table[((crc >> 8) ^ data[i]) & 0xFF]);
-    return crc;
-}
+uint16_t crc16(const uint8_t* data, size_t size) { return crc16Ccitt(data, size, 0xFFFF); }
 
 uint64_t readBe48(const uint8_t* p) { return (static_cast<uint64_t>(readBe16(p)) << 32) | readBe32(p + 2); }
 uint32_t readBe24(const uint8_t* p) { return (static_cast<uint32_t>(p[0]) << 16) | readBe16(p + 1); }
