@@ -75,15 +75,13 @@ Node* newNode(ListSlot& list, void* element) {
     return node;
 }
 
-enum class Where { kFront, kBack, kAfterCursor };
-
-void insertElement(int handle, Where where, void* element) {
+// Appends a node for element at the back.
+void appendElement(int handle, void* element) {
     ListSlot* list = slotOf(handle);
     if (list == nullptr) return;
     Node* node = newNode(*list, element);
     if (node == nullptr) return;
-    Node* after = where == Where::kFront ? nullptr : where == Where::kBack ? list->tail : list->cursor;
-    linkAfter(*list, after, node);
+    linkAfter(*list, list->tail, node);
     // The first node of an empty list becomes the cursor, so a non-empty list always has one.
     if (list->cursor == nullptr) list->cursor = node;
 }
@@ -131,36 +129,17 @@ void listClear(int handle) {
 }
 
 void listAppend(int handle, void* element) {
-    insertElement(handle, Where::kBack, element);
-}
-
-void listInsertFront(int handle, void* element) {
-    insertElement(handle, Where::kFront, element);
-}
-
-void listInsertAfterCursor(int handle, void* element) {
-    insertElement(handle, Where::kAfterCursor, element);
+    appendElement(handle, element);
 }
 
 void listCursorFirst(int handle) {
     if (ListSlot* list = slotOf(handle)) list->cursor = list->head;
 }
 
-void listCursorLast(int handle) {
-    if (ListSlot* list = slotOf(handle)) list->cursor = list->tail;
-}
-
 int listCursorNext(int handle) {
     ListSlot* list = slotOf(handle);
     if (list == nullptr || list->cursor == nullptr || list->cursor->next == nullptr) return -1;
     list->cursor = list->cursor->next;
-    return 0;
-}
-
-int listCursorPrevious(int handle) {
-    ListSlot* list = slotOf(handle);
-    if (list == nullptr || list->cursor == nullptr || list->cursor->previous == nullptr) return -1;
-    list->cursor = list->cursor->previous;
     return 0;
 }
 
@@ -188,51 +167,12 @@ void listRemove(int handle, bool releaseElementToo) {
     std::free(node);
 }
 
-void listSwapWithPrevious(int handle) {
-    ListSlot* list = slotOf(handle);
-    if (list == nullptr || list->cursor == nullptr || list->cursor->previous == nullptr) return;
-    Node* node = list->cursor;
-    Node* before = node->previous->previous;
-    unlink(*list, node);
-    linkAfter(*list, before, node);
-}
-
-void listMoveToFront(int handle) {
-    ListSlot* list = slotOf(handle);
-    if (list == nullptr || list->cursor == nullptr) return;
-    unlink(*list, list->cursor);
-    linkAfter(*list, nullptr, list->cursor);
-}
-
-void listMoveToEnd(int handle) {
-    ListSlot* list = slotOf(handle);
-    if (list == nullptr || list->cursor == nullptr) return;
-    unlink(*list, list->cursor);
-    linkAfter(*list, list->tail, list->cursor);
-}
-
 int listCount(int handle) {
     ListSlot* list = slotOf(handle);
     if (list == nullptr) return 0;
     int count = 0;
     for (Node* node = list->head; node != nullptr; node = node->next) ++count;
     return count;
-}
-
-void listSort(int handle, ListCompare compare) {
-    ListSlot* list = slotOf(handle);
-    if (list == nullptr || compare == nullptr) return;
-    // The nodes stay in place and their elements move, so the cursor keeps its position.
-    const int passes = listCount(handle);
-    for (int pass = 0; pass < passes; ++pass) {
-        for (Node* node = list->head; node != nullptr && node->next != nullptr; node = node->next) {
-            if (compare(node->element, node->next->element) != 0) {
-                void* element = node->element;
-                node->element = node->next->element;
-                node->next->element = element;
-            }
-        }
-    }
 }
 
 }  // namespace lumadisc

@@ -7,8 +7,6 @@ constexpr int kListSlots = 1024;
 
 // Releases one element; lists created without one release with free().
 using ListElementDestructor = void (*)(void* element);
-// Nonzero swaps the pair (first, second) while sorting.
-using ListCompare = int (*)(const void* first, const void* second);
 
 void listPoolInit();
 void listPoolShutdown();
@@ -18,24 +16,14 @@ void listDestroy(int* handle);
 bool listInUse(int handle);
 void listClear(int handle);
 void listAppend(int handle, void* element);
-void listInsertFront(int handle, void* element);
-void listInsertAfterCursor(int handle, void* element);
 void listCursorFirst(int handle);
-void listCursorLast(int handle);
 int listCursorNext(int handle);
-int listCursorPrevious(int handle);
 void listCursorTo(int handle, int n);
 // The element at the cursor; null for an empty list.
 void* listElement(int handle);
 // Removes the node at the cursor, releasing its element when asked to; the cursor moves to the
 // next node, or to the previous one when the last node was removed.
 void listRemove(int handle, bool releaseElement);
-// These move the cursor's node; the cursor stays on it.
-void listSwapWithPrevious(int handle);
-void listMoveToFront(int handle);
-void listMoveToEnd(int handle);
 int listCount(int handle);
-// Bubble passes, as many as there are nodes; elements move between nodes, the cursor stays put.
-void listSort(int handle, ListCompare compare);
 
 }  // namespace lumadisc
