@@ -1,31 +1,29 @@
 #!/usr/bin/env bash
-# Sets everything up, builds, and runs every test: once in a normal build (with the real-host boot
-# tests and the install checks), then the unit and end-to-end tests in a Release build with GCC and in
-# a build with clang 14 (both with the default flags, as a packager builds), once under AddressSanitizer
-# + UndefinedBehaviorSanitizer, once under ThreadSanitizer, and the fuzz targets for a bounded time.
-# The project's own builds here treat warnings as errors; the two packager builds do not.
+# Sets everything up, builds, and runs every test: once in a normal build (a Release build with GCC,
+# with the real-host boot tests and the install checks), then the unit and end-to-end tests in a build
+# with clang 14 with the default flags (as a packager builds), once under AddressSanitizer +
+# UndefinedBehaviorSanitizer, once under ThreadSanitizer, and the fuzz targets for a bounded time.
+# The project's own builds here treat warnings as errors; the packager's build does not.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 fuzz_seconds=${LUMADISC_FUZZ_SECONDS:-20}
 
 "$root/scripts/setup.sh"
 
-echo "== normal build"
-"$root/scripts/build.sh" "$root/build" -DLUMADISC_WERROR=ON -DLUMADISC_REQUIRE_HOST_TESTS=ON
+echo "== normal build (Release, GCC)"
+"$root/scripts/build.sh" "$root/build" -DCMAKE_BUILD_TYPE=Release -DLUMADISC_WERROR=ON -DLUMADISC_REQUIRE_HOST_TESTS=ON
 (cd "$root/build" && ctest --output-on-failure -j "$(nproc)")
 
-# A packager's builds, each from a clean directory with nothing but the build type and the compiler
-# chosen; only what the unit and end-to-end tests need is built.
+# A packager's build, from a clean directory with nothing but the compiler chosen; only what the unit
+# and end-to-end tests need is built.
 packager_build() {  # directory, then what goes before cmake (the compiler), then cmake options
   local dir=$1
   shift
   rm -rf "$dir"
   env "$@" -S "$root" -B "$dir" -G Ninja >/dev/null
-  cmake --build "$dir" -j "$(nproc)" --target unit_tests e2e_tests demo_disc
+  cmake --build "$dir" -j "$(nproc)" --target unit_tests e2e_tests drive_tests demo_disc
   (cd "$dir" && ctest --output-on-failure -j "$(nproc)" -L "unit|e2e")
 }
-echo "== Release build with GCC, default flags"
-packager_build "$root/build-release" cmake -DCMAKE_BUILD_TYPE=Release
 echo "== build with clang 14, default flags"
 packager_build "$root/build-clang" CC=clang-14 CXX=clang++-14 cmake
 
@@ -36,7 +34,7 @@ echo "== AddressSanitizer + UndefinedBehaviorSanitizer build"
 
 echo "== ThreadSanitizer build (the plugin's threads, through the plugin and in the core)"
 cmake -S "$root" -B "$root/build-tsan" -G Ninja -DLUMADISC_WERROR=ON -DLUMADISC_TSAN=ON >/dev/null
-cmake --build "$root/build-tsan" -j "$(nproc)" --target unit_tests e2e_tests
+cmake --build "$root/build-tsan" -j "$(nproc)" --target unit_tests e2e_tests drive_tests
 (cd "$root/build-tsan" && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j "$(nproc)" -L "unit|e2e")
 
 echo "== fuzz targets, ${fuzz_seconds} s each"
