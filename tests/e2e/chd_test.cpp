@@ -387,3 +387,23 @@ TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
 
 }  // namespace
 }  // namespace lumadisc::e2e
+
+namespace lumadisc::e2e {
+namespace {
+
+// A sheet with one .bin per track (the demo disc's split copy) converts to one .bin equal to the
+// single-file demo image, and the converted sheet reads with the same track table.
+TEST_F(ChdTools, ConvertOfAOneFilePerTrackSheetGivesTheSingleFileImage) {
+    const std::string demo = scratch_.file("demo");
+    const ToolResult made = runLumadisc(scratch_, {"make-demo", demo});
+    ASSERT_EQ(made.exitCode, 0) << describeRun(made);
+    const std::string out = scratch_.file("converted.cue");
+    const ToolResult run = runLumadisc(scratch_, {"convert", demo + "/split/demo.cue", out});
+    ASSERT_EQ(run.exitCode, 0) << describeRun(run);
+    EXPECT_EQ(fileBytes(scratch_.file("converted.bin")), fileBytes(demo + "/demo.bin"));
+    const ToolResult info[] = {runLumadisc(scratch_, {"info", out}), runLumadisc(scratch_, {"info", demo + "/split/demo.cue"})};
+    EXPECT_EQ(info[0].out.substr(info[0].out.find("tracks:")), info[1].out.substr(info[1].out.find("tracks:")));
+}
+
+}  // namespace
+}  // namespace lumadisc::e2e
