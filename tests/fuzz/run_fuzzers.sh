@@ -7,6 +7,7 @@
 # Exits non-zero when a target crashes (its input is kept under BUILD_DIR/fuzz-artifacts/).
 #
 # usage: tests/fuzz/run_fuzzers.sh BUILD_DIR SECONDS [--refresh-corpus]
+#   LUMADISC_FUZZ_TARGETS="fuzz_a fuzz_b" runs only those targets.
 set -u
 
 if [ $# -lt 2 ] || [ $# -gt 3 ] || ! [ -d "$1" ] || ! [[ "$2" =~ ^[0-9]+$ ]] ||
@@ -91,6 +92,9 @@ failed=()
 for fuzzer in "$build_dir"/fuzz_*; do
     [ -f "$fuzzer" ] && [ -x "$fuzzer" ] || continue
     name=$(basename "$fuzzer")
+    if [ -n "${LUMADISC_FUZZ_TARGETS:-}" ] && ! [[ " $LUMADISC_FUZZ_TARGETS " == *" $name "* ]]; then
+        continue
+    fi
     found=$((found + 1))
     corpus="$work/$name"
     mkdir -p "$corpus"
