@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/config_program/command_line.h"
+#include "tools/config_program/dialog.h"
 
 namespace {
 
@@ -33,7 +34,5 @@ int main(int argc, char** argv) {
                      commandLineUsage().c_str());
         return 2;
     }
-    std::fprintf(stderr, "lumadisc-config: the settings window is not part of this build; use the command line.\n%s",
-                 commandLineUsage().c_str());
-    return 2;
+    return runDialog(argc, argv);
 }
