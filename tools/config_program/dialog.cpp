@@ -25,10 +25,12 @@ namespace {
 constexpr int kCaptureSeconds = 10;
 
 // The action names players read, in the order of the hot-key actions.
+// Their mnemonics differ from each other and from the page tabs, OK and Cancel, which are always shown;
+// each reaches its row's first "Set" (22 Set and Clear buttons cannot each have a letter of their own).
 const char* const kActionLabels[kHotKeyActionCount] = {
-    "Settings _window", "Show _status",     "Toggle _XA audio",  "Toggle CD _audio",
-    "XA volume _down",  "XA volume _up",    "CD audio volume d_own", "CD audio volume u_p",
-    "Open the co_ver",  "C_lose the cover", "S_wap discs",
+    "Settings _window", "Show _status",     "Toggle _XA audio",       "_Toggle CD audio",
+    "XA vo_lume down",  "XA volume u_p",    "CD audio volume dow_n",  "CD audio volume _up",
+    "Open the cove_r",  "Close the co_ver", "Swap d_iscs",
 };
 
 struct Control {
@@ -181,7 +183,7 @@ void buildDiscPage(Window& w, GtkWidget* notebook) {
     for (const char* node : {"/dev/sr0", "/dev/sr1"}) {
         struct stat status {};
         if (stat(node, &status) != 0 || !S_ISBLK(status.st_mode)) continue;
-        const std::string text = std::string("D_rive ") + node;
+        const std::string text = std::string("Dri_ve ") + node;
         GtkWidget* drive = gtk_button_new_with_mnemonic(text.c_str());
         gtk_widget_set_tooltip_text(drive, "Play the disc in this drive");
         g_object_set_data(G_OBJECT(drive), "node", const_cast<char*>(node));
@@ -286,8 +288,8 @@ void buildHotKeyPage(Window& w, GtkWidget* notebook) {
             gtk_label_set_width_chars(GTK_LABEL(w.comboLabels[action][slot]), 22);
             gtk_label_set_ellipsize(GTK_LABEL(w.comboLabels[action][slot]), PANGO_ELLIPSIZE_END);
             showCombo(w, action, slot);
-            GtkWidget* set = gtk_button_new_with_mnemonic("_Set");
-            GtkWidget* clear = gtk_button_new_with_mnemonic("Cl_ear");
+            GtkWidget* set = gtk_button_new_with_label("Set");
+            GtkWidget* clear = gtk_button_new_with_label("Clear");
             gtk_widget_set_tooltip_text(set, "Press the new combination after clicking");
             gtk_widget_set_tooltip_text(clear, "Leave this combination unassigned");
             gtk_widget_set_tooltip_text(w.comboLabels[action][slot], "The combination that runs this action");
@@ -374,18 +376,18 @@ int runDialog(int argc, char** argv) {
     GtkWidget* notebook = gtk_notebook_new();
     buildDiscPage(w, notebook);
     GtkWidget* reading = newPage(notebook, "R_eading");
-    addFlag(w, reading, 0, "cdrom property:caching", "_Cache read sectors");
+    addFlag(w, reading, 0, "cdrom property:caching", "Cache read sec_tors");
     addNumber(w, reading, 1, "cdrom property:cachinglevel", "Cache si_ze (sectors):", false);
-    addFlag(w, reading, 2, "cdrom property:readsubchannels", "Read _subchannel data");
+    addFlag(w, reading, 2, "cdrom property:readsubchannels", "Read su_bchannel data");
     addFlag(w, reading, 3, "cdrom property:ppfpatching", "Apply _PPF patches");
     addNumber(w, reading, 4, "cdrom property:speedlimitation", "Drive _speed limit (x, 0 = fastest):", false);
-    addNumber(w, reading, 5, "cdrom property:spindowntime", "Drive spin-_down time:", false);
-    addNumber(w, reading, 6, "cdrom property:tryagainonerror", "Re_tries on a read error:", false);
+    addNumber(w, reading, 5, "cdrom property:spindowntime", "Drive spin-down t_ime:", false);
+    addNumber(w, reading, 6, "cdrom property:tryagainonerror", "Retries on a read e_rror:", false);
     GtkWidget* audio = newPage(notebook, "_Audio");
-    addFlag(w, audio, 0, "cdrom property:playcdda", "Play _CD audio tracks");
+    addFlag(w, audio, 0, "cdrom property:playcdda", "_Play CD audio tracks");
     addNumber(w, audio, 1, "cdrom property:cddavolumelevel", "CD audio _volume:", true);
     addFlag(w, audio, 2, "cdrom property:playcdxa", "Play _XA audio");
-    addNumber(w, audio, 3, "cdrom property:cdxavolumelevel", "X_A volume:", true);
+    addNumber(w, audio, 3, "cdrom property:cdxavolumelevel", "XA vo_lume:", true);
     buildHotKeyPage(w, notebook);
     GtkWidget* misc = newPage(notebook, "_Misc");
     addFlag(w, misc, 0, "misc:enablelogging", "Write a _log (lumaDisc.log)");
