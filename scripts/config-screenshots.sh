@@ -25,6 +25,7 @@ program=$!
 export DISPLAY=$display
 xdotool search --sync --name "lumaDisc settings" >/dev/null
 xdotool mousemove 1023 767  # no tooltip in the pictures
+xdotool search --name "lumaDisc settings" windowfocus --sync
 for page in disc:d reading:e audio:a hot-keys:h misc:m; do
   xdotool key "alt+${page#*:}"
   sleep 0.5

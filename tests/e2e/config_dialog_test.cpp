@@ -42,7 +42,8 @@ protected:
         environment_.set("DISPLAY", xvfb_.display());
         char* argv[] = {const_cast<char*>(LUMADISC_CONFIG_PROGRAM_PATH), nullptr};
         ASSERT_EQ(posix_spawn(&child_, argv[0], nullptr, nullptr, argv, environ), 0);
-        ASSERT_TRUE(xvfb_.xdotool("search --sync --name 'lumaDisc settings'"));
+        // Without a window manager the keyboard follows the pointer unless the window takes the focus.
+        ASSERT_TRUE(xvfb_.xdotool("search --sync --name 'lumaDisc settings' windowfocus --sync"));
         std::this_thread::sleep_for(300ms);
     }
     void keys(const std::string& sequence) {
