@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <map>
 #include <sstream>
 
@@ -76,6 +77,7 @@ TEST_F(ConfigProgram, EveryKeyRoundTripsThroughTheFile) {
 TEST_F(ConfigProgram, RefusedOptionsLeaveTheFileByteForByte) {
     ASSERT_EQ(run({"--set", "cdrom property:cddavolumelevel=40"}).exitCode, 0);
     const std::string original = ini();
+    std::ofstream(dir() + "/a;b.cue") << "FILE \"a.bin\" BINARY\n";
     const std::string tooLong(32, 'x');
     const std::vector<std::vector<std::string>> refused = {
         {"--set", "cdrom property:cachinglevel=9"},
@@ -92,6 +94,7 @@ TEST_F(ConfigProgram, RefusedOptionsLeaveTheFileByteForByte) {
         {"--set", "cdrom property:playcdda"},
         {"--get", "misc:nothing"},
         {"--disc", dir() + "/no-such.cue"},
+        {"--disc", dir() + "/a;b.cue"},
         {"--bogus"},
         {"--set", "misc:enablelogging=true", "--set", "cdrom property:cddavolumelevel=101"},
     };

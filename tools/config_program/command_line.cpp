@@ -126,9 +126,8 @@ int runCommandLine(const std::vector<std::string>& arguments) {
         }
     }
     if (discGiven) {
-        if (disc.size() >= sizeof file.settings().current) return refuse("the disc path is too long");
-        std::string ignored;
-        setSettingValue(&file.settings(), *findSettingKey("cd selection:current"), disc, &ignored);
+        if (!setSettingValue(&file.settings(), *findSettingKey("cd selection:current"), disc, &why))
+            return refuse("refused the disc " + disc + ": " + why + "; nothing was written");
         if (!disc.empty()) file.addRecent(disc);
     }
     const bool written = !changes.empty() || discGiven ? file.save(&why) : file.createIfMissing(&why);

@@ -307,8 +307,16 @@ void buildHotKeyPage(Window& w, GtkWidget* notebook) {
     }
 }
 
-// Copies every control into the record; the controls only hold valid values.
-void collect(Window& w) {
+void showError(Window& w, const std::string& text) {
+    GtkWidget* error = gtk_message_dialog_new(GTK_WINDOW(w.window), GTK_DIALOG_MODAL, GTK_MESSAGE_ERROR,
+                                              GTK_BUTTONS_CLOSE, "%s", text.c_str());
+    gtk_dialog_run(GTK_DIALOG(error));
+    gtk_widget_destroy(error);
+}
+
+// Copies every control into the record; false with *why when the disc path cannot be stored (the
+// other controls only hold valid values).
+bool collect(Window& w, std::string* why) {
     Settings& s = w.file->settings();
     std::string ignored;
     for (const Control& c : w.controls) {
@@ -331,22 +339,20 @@ void collect(Window& w) {
     }
     const std::string disc = gtk_entry_get_text(GTK_ENTRY(w.discEntry));
     if (disc != s.current) {
-        std::strncpy(s.current, disc.c_str(), sizeof s.current - 1);
+        if (!setSettingValue(&s, *findSettingKey("cd selection:current"), disc, why)) {
+            *why = "The disc path cannot be stored: " + *why;
+            return false;
+        }
         if (!disc.empty()) w.file->addRecent(disc);
     }
+    return true;
 }
 
 void onOk(GtkButton*, gpointer data) {
     auto& w = *static_cast<Window*>(data);
-    collect(w);
     std::string why;
-    if (!w.file->save(&why)) {
-        GtkWidget* error = gtk_message_dialog_new(GTK_WINDOW(w.window), GTK_DIALOG_MODAL, GTK_MESSAGE_ERROR,
-                                                  GTK_BUTTONS_CLOSE, "The settings were not saved: %s", why.c_str());
-        gtk_dialog_run(GTK_DIALOG(error));
-        gtk_widget_destroy(error);
-        return;
-    }
+    if (!collect(w, &why)) return showError(w, why);
+    if (!w.file->save(&why)) return showError(w, "The settings were not saved: " + why);
     w.result = 0;
     gtk_widget_destroy(w.window);
 }
