@@ -140,6 +140,32 @@ TEST_F(ConfigProgram, CdrConfigureRunsTheProgramAndTheReopenedDiscIsItsChoice) {
     EXPECT_NE(ini().find("\ncaching                        = false\n"), std::string::npos) << ini();
 }
 
+// The installed layout: the program beside the plugin in the emulator's plugin directory, found there
+// when the emulator's own directory and $PATH have none.
+TEST_F(ConfigProgram, CdrConfigureFindsTheProgramInstalledBesideThePlugin) {
+    const std::string second = writeCue(CueImageBuilder().addDataTrack(30).addAudioTrack(20), "second").cuePath;
+    const std::string psemu = dir() + "/psemu";
+    ASSERT_EQ(mkdir(psemu.c_str(), 0755), 0);
+    ASSERT_EQ(mkdir((dir() + "/configs").c_str(), 0755), 0);  // the classic face starts the program in it
+    ASSERT_EQ(std::system(("cp " + test::shellWord(LUMADISC_PLUGIN_PATH) + " " +
+                           test::shellWord(LUMADISC_CONFIG_PROGRAM_PATH) + " " + test::shellWord(psemu))
+                              .c_str()),
+              0);
+    host::ClassicHost installed;
+    ASSERT_TRUE(installed.load(psemu + "/liblumadisc.so")) << installed.error();
+    EnvironmentOverride environment;
+    environment.set("PATH", dir());
+    environment.set("LUMADISC_CONFIG_SCRIPT", "--disc " + test::shellWord(second));
+    ASSERT_EQ(installed.api().init(), 0);
+    EXPECT_EQ(installed.api().configure(), 0);
+    ASSERT_EQ(installed.api().open(), 0);
+    unsigned char tn[2] = {0, 0};
+    installed.api().getTN(tn);
+    EXPECT_EQ(tn[1], 2) << "the program beside the plugin chose the disc";
+    installed.api().close();
+    installed.api().shutdown();
+}
+
 TEST_F(ConfigProgram, WithoutADisplayItExplainsTheCommandLine) {
     for (const std::string& script : {std::string(), std::string("--set 'unclosed")}) {
         const ToolResult r = runProgram(scratch_, LUMADISC_CONFIG_PROGRAM_PATH, {},
