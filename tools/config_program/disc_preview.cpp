@@ -27,8 +27,11 @@ const char* kindName(int kind) {
 
 std::string describeDisc(const Settings& settings, const std::string& path) {
     if (path.empty()) return "No disc: the console starts its BIOS shell";
-    // The reader front reads its switches from the plugin's settings record.
-    settingsPublish(&g_settings, settings);
+    // The reader front reads its switches from the plugin's settings record. Only the table of contents
+    // is looked at, so the sector cache (tens of megabytes) is not set up for it.
+    Settings preview = settings;
+    preview.caching = 0;
+    settingsPublish(&g_settings, preview);
     std::lock_guard<std::mutex> lock(cdromMutex());
     CCdRead reader;
     if (reader.init() != 0) return "The reader could not start";
