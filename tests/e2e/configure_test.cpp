@@ -77,6 +77,9 @@ TEST_F(Configure, WithCallDialogOnStartTheProgramRunsOnEveryOpen) {
 
 TEST_F(Configure, AMissingProgramNeitherHangsNorStopsTheDisc) {
     ASSERT_EQ(openWith(settings()), 0);
+    // Neither in configs/ nor beside the plugin in the build; an installed copy on $PATH is kept out too.
+    EnvironmentOverride environment;
+    environment.set("PATH", dir());
     const auto start = std::chrono::steady_clock::now();
     testing::internal::CaptureStdout();
     EXPECT_EQ(api().configure(), 0);

@@ -10,7 +10,14 @@
 namespace lumadisc::e2e {
 
 ToolResult runLumadisc(const host::ScratchDir& scratch, const std::vector<std::string>& arguments) {
-    std::string command = test::shellWord(LUMADISC_TOOL_PATH) + " --plugin " + test::shellWord(LUMADISC_PLUGIN_PATH);
+    std::vector<std::string> all = {"--plugin", LUMADISC_PLUGIN_PATH};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return runProgram(scratch, LUMADISC_TOOL_PATH, all);
+}
+
+ToolResult runProgram(const host::ScratchDir& scratch, const std::string& program,
+                      const std::vector<std::string>& arguments, const std::string& shellPrefix) {
+    std::string command = shellPrefix + test::shellWord(program);
     for (const std::string& word : arguments) {
         // Two appends, not " " + word: the temporary makes GCC 12 at -O3 report a false overlap.
         command += ' ';

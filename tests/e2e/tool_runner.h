@@ -17,6 +17,9 @@ struct ToolResult {
 
 // lumadisc --plugin <the built plugin> ARGUMENTS... through the shell; output goes through files in `scratch`.
 ToolResult runLumadisc(const host::ScratchDir& scratch, const std::vector<std::string>& arguments);
+// Runs any program with ARGUMENTS through the shell, after `shellPrefix` (for example "cd DIR && ").
+ToolResult runProgram(const host::ScratchDir& scratch, const std::string& program,
+                      const std::vector<std::string>& arguments, const std::string& shellPrefix = "");
 // Exit code and both outputs, for failure messages.
 std::string describeRun(const ToolResult& run);
 
