@@ -2,6 +2,7 @@
 // never an abort; nothing left in its temporary directory; an output file that is either complete or
 // untouched.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -186,6 +187,33 @@ TEST_F(ToolRobustness, AStoppedToolRemovesItsScratchDirectory) {
         EXPECT_EQ(WEXITSTATUS(status), 128 + signal);
         EXPECT_TRUE(leftInTemp().empty()) << "left behind: " << leftInTemp().front();
     }
+}
+
+}  // namespace
+}  // namespace lumadisc::e2e
+
+namespace lumadisc::e2e {
+namespace {
+
+// --raw to something that is not a regular file (a pipe here, /dev/null for a user) writes into it
+// and never replaces it with a file of its own.
+TEST_F(ToolRobustness, RawOutputIntoAPipeWritesThroughIt) {
+    std::string error;
+    ASSERT_TRUE(fixtures::writeDemoDisc(scratch_.file("demo"), &error)) << error;
+    const std::string pipe = scratch_.file("raw.pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    std::string received;
+    std::thread reader([&] {
+        std::ifstream in(pipe, std::ios::binary);
+        received.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    });
+    const ToolResult run = runLumadisc(scratch_, {"read", scratch_.file("demo/demo.cue"), "16", "4", "--raw", pipe});
+    reader.join();
+    EXPECT_EQ(run.exitCode, 0) << describeRun(run);
+    EXPECT_EQ(received.size(), 4u * kRawSectorSize);
+    struct stat status {};
+    ASSERT_EQ(stat(pipe.c_str(), &status), 0);
+    EXPECT_TRUE(S_ISFIFO(status.st_mode)) << "the pipe was replaced by a file";
 }
 
 }  // namespace

@@ -31,6 +31,12 @@ void OutputFile::discard() {
 }
 
 bool OutputFile::open() {
+    struct stat existing {};
+    if (::stat(target_.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode) && !S_ISDIR(existing.st_mode)) {
+        direct_ = true;
+        file_ = std::fopen(target_.c_str(), "wb");
+        return file_ != nullptr || fail("cannot write", errno);
+    }
     // Beside the target, so that the rename stays within one file system.
     std::string pattern = target_ + ".partial-XXXXXX";
     std::vector<char> name(pattern.begin(), pattern.end());
@@ -65,6 +71,7 @@ bool OutputFile::commit() {
     const bool closed = std::fclose(file_) == 0;
     file_ = nullptr;
     if (!flushed || !closed) return fail("cannot write", flushed ? errno : flushError);
+    if (direct_) return true;
     if (std::rename(temporary_.c_str(), target_.c_str()) != 0) return fail("cannot replace", errno);
     forgetOnSignal(temporary_);
     temporary_.clear();

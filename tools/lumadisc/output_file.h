@@ -1,5 +1,7 @@
 // A file the tool writes as a whole or not at all: the bytes go to a temporary name beside the target,
 // which is renamed over the target on commit and removed otherwise (also when the tool is stopped).
+// A target that exists and is not a regular file (/dev/null, a pipe, a terminal) is written directly:
+// it is never replaced.
 #pragma once
 
 #include <cstdio>
@@ -28,6 +30,7 @@ private:
     std::string target_;
     std::string temporary_;
     FILE* file_ = nullptr;
+    bool direct_ = false;
 };
 
 }  // namespace lumadisc::tool
