@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "config/log.h"
+#include "support/paths.h"
 
 namespace lumadisc {
 
@@ -59,6 +60,9 @@ void reportFailure(const char* what, const std::string& detail) {
 
 void runConfigProgram(const char* workingDirectory) {
     const char* directory = workingDirectory != nullptr && workingDirectory[0] != '\0' ? workingDirectory : ".";
+    // A first run has no settings directory yet: the program is started in a new one, where it
+    // writes the settings file the plugin then reads.
+    makeDirectories(directory);
     const std::string program = findConfigProgram(directory);
     if (program.empty()) {
         reportFailure("not found", kConfigProgramName);

@@ -1,6 +1,8 @@
 // The configuration program started by the plugin's two faces: CDRconfigure in each state of the
 // classic face, calldialogonstart, the extended face's Configure around its controller state, and a
 // program that is missing.
+#include <sys/stat.h>
+
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -122,6 +124,27 @@ TEST_F(Configure, ExtendedConfigureKeepsTheControllerState) {
     std::free(before);
     std::free(after);
     console.bringDown();
+}
+
+}  // namespace
+}  // namespace lumadisc::e2e
+
+namespace lumadisc::e2e {
+namespace {
+
+// A first run, before any settings exist: the program (found on PATH) is started in a new settings
+// directory instead of not at all.
+TEST_F(Configure, WithoutASettingsDirectoryTheProgramStartsInANewOne) {
+    const std::string bin = dir() + "/bin";
+    mkdir(bin.c_str(), 0777);
+    const std::string program = bin + "/lumadisc-config";
+    std::ofstream(program) << "#!/bin/sh\necho \"run in $(basename \"$PWD\")\" >> ../config-runs\n";
+    chmod(program.c_str(), 0755);
+    const std::string path = bin + ":" + std::getenv("PATH");
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(api().configure(), 0);
+    EXPECT_EQ(configRuns(dir()), 1);
+    EXPECT_EQ(host::readFile(dir() + "/config-runs"), "run in configs\n");
 }
 
 }  // namespace
