@@ -98,9 +98,10 @@ TEST_F(ConfigProgram, IsLookedUpInTheWorkingDirectoryThenBesideThePluginThenOnPa
 }
 
 TEST_F(ConfigProgram, AProgramThatCannotBeStartedIsNotWaitedFor) {
-    // Found on $PATH, but its working directory does not exist.
-    writeScript("bin/lumadisc-config", "echo ran >> runs");
-    runConfigProgram("missing-directory");
+    // Found on $PATH, but its interpreter does not exist.
+    writeWholeFile("bin/lumadisc-config", "#!/no/such/shell\necho ran >> runs\n");
+    chmod("bin/lumadisc-config", 0755);
+    runConfigProgram("configs");
     EXPECT_FALSE(unit::fileExists("runs"));
     EXPECT_NE(readWholeFile("lumaDisc.log").find("[CDR] Error: configuration program not started ("),
               std::string::npos);
