@@ -64,7 +64,8 @@ bool XvfbServer::start(std::string* why) {
 }
 
 bool XvfbServer::xdotool(const std::string& arguments) const {
-    return std::system(("DISPLAY=" + display_ + " xdotool " + arguments + " >/dev/null 2>&1").c_str()) == 0;
+    // Bounded: a `search --sync` for a window that never comes must not hang the test.
+    return std::system(("DISPLAY=" + display_ + " timeout 30 xdotool " + arguments + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 bool XvfbServer::press(const std::string& keys, std::chrono::milliseconds held, std::chrono::milliseconds after) const {
