@@ -68,6 +68,7 @@ protected:
     // The settings: the disc, logging on, and the settings saved when the disc closes.
     void writeSettings() {
         fixtures::PluginIni ini = settingsFor(image_.cuePath, true);
+        ini.playCdda = false;  // nothing here plays CD audio: no sound device is opened
         ini.extra.push_back({"misc", {"savesettingsonexit", "1"}});
         std::string error;
         ASSERT_TRUE(fixtures::writePluginIni(scratch_.path(), ini, &error)) << error;

@@ -19,6 +19,7 @@ build_dir=$(cd "$1" && pwd)
 seconds=$2
 refresh=${3:-}
 kept_corpus="$(cd "$(dirname "$0")" && pwd)/corpus"
+kept_limit=262144  # bytes of hex text kept per target
 artifacts="$build_dir/fuzz-artifacts"
 logs="$build_dir/fuzz-logs"
 mkdir -p "$artifacts" "$logs"
@@ -127,11 +128,23 @@ for fuzzer in "$build_dir"/fuzz_*; do
         minimised="$work/$name.min"
         mkdir -p "$minimised" "$kept_corpus"
         "$fuzzer" -merge=1 "$minimised" "$corpus" >"$logs/$name.merge.log" 2>&1
-        for input in "$minimised"/*; do
-            [ -f "$input" ] && xxd -p -c 0 "$input"
-        done | sort >"$kept_corpus/$name.hex"
-        echo "   corpus: $(ls "$corpus" | wc -l) inputs after the run, $(wc -l <"$kept_corpus/$name.hex") kept" \
-             "($(wc -c <"$kept_corpus/$name.hex") bytes of hex)"
+        # The smallest inputs first, up to a bound, so that the kept corpus stays small text; a target
+        # whose inputs are all larger (compressed images) keeps none and starts from its seeds.
+        kept_bytes=0
+        : >"$kept_corpus/$name.hex.new"
+        for input in $(ls -Sr "$minimised"); do
+            size=$(stat -c %s "$minimised/$input")
+            kept_bytes=$((kept_bytes + 2 * size + 1))
+            [ "$kept_bytes" -le "$kept_limit" ] || break
+            xxd -p -c 0 "$minimised/$input" >>"$kept_corpus/$name.hex.new"
+        done
+        sort "$kept_corpus/$name.hex.new" >"$kept_corpus/$name.hex"
+        rm -f "$kept_corpus/$name.hex.new"
+        [ -s "$kept_corpus/$name.hex" ] || rm -f "$kept_corpus/$name.hex"
+        kept_lines=0
+        [ -f "$kept_corpus/$name.hex" ] && kept_lines=$(wc -l <"$kept_corpus/$name.hex")
+        echo "   corpus: $(ls "$corpus" | wc -l) inputs after the run, $(ls "$minimised" | wc -l) minimised," \
+             "$kept_lines kept"
     fi
 done
 
