@@ -35,12 +35,13 @@ struct HostRun {
 // Runs the fault host in `directory` with the shim preloaded and the given fault settings.
 HostRun runHost(const std::string& directory, const std::map<std::string, std::string>& faults,
             const std::vector<std::string>& steps) {
-    std::string command = "cd " + test::shellWord(directory) + " && env LD_PRELOAD=" +
-                          test::shellWord(LUMADISC_FAULT_SHIM_PATH) +
-                          " ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 TSAN_OPTIONS=verify_asan_link_order=0";
-    for (const auto& [name, value] : faults) command += " " + name + "=" + test::shellWord(value);
-    command += " " + test::shellWord(LUMADISC_FAULT_HOST_PATH) + " " + test::shellWord(LUMADISC_PLUGIN_PATH);
-    for (const std::string& step : steps) command += " " + test::shellWord(step);
+    std::string command = "cd ";
+    command.append(test::shellWord(directory)).append(" && env LD_PRELOAD=").append(test::shellWord(LUMADISC_FAULT_SHIM_PATH));
+    command.append(" ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 TSAN_OPTIONS=verify_asan_link_order=0");
+    for (const auto& [name, value] : faults) command.append(" ").append(name).append("=").append(test::shellWord(value));
+    command.append(" ").append(test::shellWord(LUMADISC_FAULT_HOST_PATH));
+    command.append(" ").append(test::shellWord(LUMADISC_PLUGIN_PATH));
+    for (const std::string& step : steps) command.append(" ").append(test::shellWord(step));
     const std::string outPath = directory + "/host.out";
     const int status = std::system((command + " >" + test::shellWord(outPath) + " 2>&1").c_str());
     HostRun run;

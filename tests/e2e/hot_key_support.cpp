@@ -59,7 +59,7 @@ bool XvfbServer::start(std::string* why) {
         *why = "Xvfb did not report its display";
         return false;
     }
-    display_ = ":" + number.substr(0, number.find('\n'));
+    display_ = std::string(":").append(number, 0, number.find('\n'));
     return true;
 }
 

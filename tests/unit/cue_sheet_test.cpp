@@ -28,7 +28,7 @@ TEST_P(Sheets, LayOutTheirTracksOrSayWhyNot) {
     if (reason.empty()) {
         std::vector<CueSource> sources;
         for (size_t i = 0; i < sheet.files.size(); ++i)
-            sources.push_back({"f" + std::to_string(i), i < c.fileSectors.size() ? c.fileSectors[i] : 0});
+            sources.push_back({std::string("f").append(std::to_string(i)), i < c.fileSectors.size() ? c.fileSectors[i] : 0});
         reason = cueLayout(sheet, sources, extents, nullptr);
     }
     EXPECT_EQ(reason, c.reason);

@@ -144,7 +144,7 @@ std::string findFile(const MessagesOptions& options, bool quiet, int* exitCode) 
         return "";
     }
     std::string list;
-    for (long pid : pids) list += " " + std::to_string(pid);
+    for (long pid : pids) list.append(" ").append(std::to_string(pid));
     std::fprintf(stderr, "lumadisc: several plugins are running (process ids%s); choose one with --pid\n", list.c_str());
     *exitCode = kExitUsage;
     return "";
