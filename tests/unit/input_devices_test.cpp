@@ -48,7 +48,7 @@ protected:
         for (int i = 0; i < kInputRescanPolls; ++i) inputPoll();
     }
 
-    std::map<std::string, std::shared_ptr<unit::FakeDeviceSpec>> attachAtStart_;
+    std::map<std::string, std::shared_ptr<unit::FakeDeviceDescription>> attachAtStart_;
     FakeKeyboard* keyboard_ = nullptr;
     FakeDeviceSource* devices_ = nullptr;
 };
@@ -238,7 +238,7 @@ TEST_F(InputDevices, AVanishedDeviceComesBackIntoItsSlot) {
 TEST_F(InputDevices, DevicesThatCannotBeOpenedAreReportedOnceAndSkipped) {
     auto pad = unit::fakePad();
     attachAtStart_["/dev/input/event4"] = pad;
-    auto other = std::make_shared<unit::FakeDeviceSpec>();
+    auto other = std::make_shared<unit::FakeDeviceDescription>();
     other->family = 0;  // a power button: none of the families
     attachAtStart_["/dev/input/event0"] = other;
     testing::internal::CaptureStdout();
@@ -253,7 +253,7 @@ TEST_F(InputDevices, DevicesThatCannotBeOpenedAreReportedOnceAndSkipped) {
 
 // With an X server the evdev keyboards are left alone (checked by the hot-key tests on a real one).
 TEST_F(InputDevices, WithoutAnXServerKeyboardsAreReadThroughEvdev) {
-    auto keys = std::make_shared<unit::FakeDeviceSpec>();
+    auto keys = std::make_shared<unit::FakeDeviceDescription>();
     keys->family = kFamilyKeyboard;
     keys->identity = "keyboard";
     attachAtStart_["/dev/input/event1"] = keys;

@@ -27,7 +27,7 @@ struct FakeKeyboard : KeyboardSource {
 };
 
 // What a device is and what it has recorded; shared with the test so it can add events later.
-struct FakeDeviceSpec {
+struct FakeDeviceDescription {
     uint32_t family = kFamilyMouse;
     std::string identity = "fake";
     std::set<uint16_t> keys;
@@ -39,35 +39,35 @@ struct FakeDeviceSpec {
 
 class FakeDevice : public InputDevice {
 public:
-    explicit FakeDevice(std::shared_ptr<FakeDeviceSpec> spec) : spec_(std::move(spec)) {}
-    uint32_t family() const override { return spec_->family; }
-    std::string identity() const override { return spec_->identity; }
-    bool hasKey(uint16_t code) const override { return spec_->keys.count(code) != 0; }
-    bool hasAbs(uint16_t code) const override { return spec_->axes.count(code) != 0; }
-    AxisRange absRange(uint16_t code) const override { return spec_->axes.at(code); }
+    explicit FakeDevice(std::shared_ptr<FakeDeviceDescription> device) : device_(std::move(device)) {}
+    uint32_t family() const override { return device_->family; }
+    std::string identity() const override { return device_->identity; }
+    bool hasKey(uint16_t code) const override { return device_->keys.count(code) != 0; }
+    bool hasAbs(uint16_t code) const override { return device_->axes.count(code) != 0; }
+    AxisRange absRange(uint16_t code) const override { return device_->axes.at(code); }
     int32_t absValue(uint16_t code) const override {
-        auto it = spec_->initial.find(code);
-        return it == spec_->initial.end() ? 0 : it->second;
+        auto it = device_->initial.find(code);
+        return it == device_->initial.end() ? 0 : it->second;
     }
     int next(InputEvent* event) override {
-        if (spec_->gone) return -1;
-        if (spec_->events.empty()) return 0;
-        *event = spec_->events.front();
-        spec_->events.pop_front();
+        if (device_->gone) return -1;
+        if (device_->events.empty()) return 0;
+        *event = device_->events.front();
+        device_->events.pop_front();
         return 1;
     }
 
 private:
-    std::shared_ptr<FakeDeviceSpec> spec_;
+    std::shared_ptr<FakeDeviceDescription> device_;
 };
 
 struct FakeDeviceSource : InputDeviceSource {
-    std::map<std::string, std::shared_ptr<FakeDeviceSpec>> attached;  // node -> device
+    std::map<std::string, std::shared_ptr<FakeDeviceDescription>> attached;  // node -> device
     std::set<std::string> denied;
     int opens = 0;
     std::vector<std::string> list() override {
         std::vector<std::string> nodes;
-        for (const auto& [node, spec] : attached) nodes.push_back(node);
+        for (const auto& [node, device] : attached) nodes.push_back(node);
         for (const auto& node : denied) nodes.push_back(node);
         return nodes;
     }
@@ -88,22 +88,22 @@ struct FakeDeviceSource : InputDeviceSource {
     }
 };
 
-inline std::shared_ptr<FakeDeviceSpec> fakeMouse(const std::string& identity = "mouse") {
-    auto spec = std::make_shared<FakeDeviceSpec>();
-    spec->family = kFamilyMouse;
-    spec->identity = identity;
-    spec->keys = {BTN_LEFT, BTN_RIGHT, BTN_MIDDLE};
-    return spec;
+inline std::shared_ptr<FakeDeviceDescription> fakeMouse(const std::string& identity = "mouse") {
+    auto device = std::make_shared<FakeDeviceDescription>();
+    device->family = kFamilyMouse;
+    device->identity = identity;
+    device->keys = {BTN_LEFT, BTN_RIGHT, BTN_MIDDLE};
+    return device;
 }
 
-inline std::shared_ptr<FakeDeviceSpec> fakePad(const std::string& identity = "pad") {
-    auto spec = std::make_shared<FakeDeviceSpec>();
-    spec->family = kFamilyJoystick;
-    spec->identity = identity;
-    spec->keys = {BTN_SOUTH, BTN_EAST, BTN_START};
-    spec->axes = {{ABS_X, {-32768, 32767}}, {ABS_Y, {-32768, 32767}}, {ABS_Z, {0, 255}},
+inline std::shared_ptr<FakeDeviceDescription> fakePad(const std::string& identity = "pad") {
+    auto device = std::make_shared<FakeDeviceDescription>();
+    device->family = kFamilyJoystick;
+    device->identity = identity;
+    device->keys = {BTN_SOUTH, BTN_EAST, BTN_START};
+    device->axes = {{ABS_X, {-32768, 32767}}, {ABS_Y, {-32768, 32767}}, {ABS_Z, {0, 255}},
                   {ABS_HAT0X, {-1, 1}},     {ABS_HAT0Y, {-1, 1}}};
-    return spec;
+    return device;
 }
 
 }  // namespace lumadisc::unit
