@@ -140,6 +140,21 @@ void fillForm2Edc(uint8_t* sector) {
     writeLe32(sector + 2348, computeEdc(sector + kSubheaderOffset, 2332));
 }
 
+void completeMode1Sector(uint8_t* sector, Lba lba) {
+    writeSectorHeader(sector, lba, 1);
+    fillMode1EdcEcc(sector);
+}
+
+void completeMode2Sector(uint8_t* sector, Lba lba) {
+    constexpr uint8_t kSubmodeForm2 = 0x20;
+    writeSectorHeader(sector, lba, 2);
+    if (sector[kSubheaderOffset + 2] & kSubmodeForm2) {
+        fillForm2Edc(sector);
+    } else {
+        fillForm1EdcEcc(sector);
+    }
+}
+
 void restoreSyncAndEcc(uint8_t* sector) {
     std::memcpy(sector, kSectorSync, kSyncSize);
     if (sector[kSectorModeOffset] == 2) fillMode2Ecc(sector);

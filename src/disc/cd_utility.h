@@ -115,6 +115,11 @@ void writeSubheader(uint8_t* sector, uint8_t file, uint8_t channel, uint8_t subm
 // bit 7 down to W in bit 0) turned into the de-interleaved SubchannelBlock (P bytes 0..11, Q 12..23, ...).
 void deinterleaveSubchannel(const uint8_t* raw, uint8_t* block);
 
+// The rest of a sector whose user data (and, for Mode 2, subheader) are in place: sync and header of
+// lba, then Mode 1's EDC/ECC, or Mode 2's by the subheader's form bit (Form 2: EDC only).
+void completeMode1Sector(uint8_t* sector, Lba lba);
+void completeMode2Sector(uint8_t* sector, Lba lba);
+
 // CRC-16 with the polynomial 0x1021, MSB first, from `initial`, without a final inversion (the
 // family of the Q CRC; compressed images check their map and hunks with it from 0xFFFF).
 uint16_t crc16Ccitt(const uint8_t* data, size_t size, uint16_t initial);

@@ -14,24 +14,18 @@ void frameSector(ChdTrackType type, Lba lba, const uint8_t* stored, uint8_t* sec
     switch (type) {
     case ChdTrackType::kMode1:
         std::memset(sector, 0, kRawSectorSize);
-        writeSectorHeader(sector, lba, 1);
         std::memcpy(sector + kMode1DataOffset, stored, kForm1UserSize);
-        fillMode1EdcEcc(sector);
+        completeMode1Sector(sector, lba);
         return;
     case ChdTrackType::kMode2Form1:
+    case ChdTrackType::kMode2Form2: {
+        const bool form2 = type == ChdTrackType::kMode2Form2;
         std::memset(sector, 0, kRawSectorSize);
-        writeSectorHeader(sector, lba, 2);
-        writeSubheader(sector, 0, 0, 0x08, 0);
-        std::memcpy(sector + kMode2DataOffset, stored, kForm1UserSize);
-        fillForm1EdcEcc(sector);
+        writeSubheader(sector, 0, 0, form2 ? 0x20 : 0x08, 0);
+        std::memcpy(sector + kMode2DataOffset, stored, form2 ? kForm2UserSize : kForm1UserSize);
+        completeMode2Sector(sector, lba);
         return;
-    case ChdTrackType::kMode2Form2:
-        std::memset(sector, 0, kRawSectorSize);
-        writeSectorHeader(sector, lba, 2);
-        writeSubheader(sector, 0, 0, 0x20, 0);
-        std::memcpy(sector + kMode2DataOffset, stored, kForm2UserSize);
-        fillForm2Edc(sector);
-        return;
+    }
     case ChdTrackType::kMode2:
     case ChdTrackType::kMode2FormMix:
         writeSectorHeader(sector, lba, 2);

@@ -11,18 +11,6 @@ namespace {
 
 constexpr uint8_t kSubmodeForm2 = 0x20;
 
-void frameMode1(Lba lba, uint8_t* sector) {
-    writeSectorHeader(sector, lba, 1);
-    fillMode1EdcEcc(sector);
-}
-
-// The subheader's form bit decides which error codes the sector carries.
-void frameMode2(Lba lba, uint8_t* sector) {
-    writeSectorHeader(sector, lba, 2);
-    if (sector[kSubheaderOffset + 2] & kSubmodeForm2) fillForm2Edc(sector);
-    else fillForm1EdcEcc(sector);
-}
-
 }  // namespace
 
 int CCdExtentData::open(const char*) {
@@ -97,12 +85,12 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
     case SectorForm::kMode1User:
         std::memset(sector, 0, kRawSectorSize);
         if (haveFile && files_[file]) readFile(file, at, kForm1UserSize, sector + kMode1DataOffset, lba);
-        frameMode1(lba, sector);
+        completeMode1Sector(sector, lba);
         break;
     case SectorForm::kMode2User:
         std::memset(sector, 0, kRawSectorSize);
         if (haveFile && files_[file]) readFile(file, at, kMode2UserSize, sector + kSubheaderOffset, lba);
-        frameMode2(lba, sector);
+        completeMode2Sector(sector, lba);
         break;
     case SectorForm::kForm1User:
     case SectorForm::kForm2User: {
@@ -113,7 +101,7 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
             readFile(file, at, static_cast<size_t>(form2 ? kForm2UserSize : kForm1UserSize), sector + kMode2DataOffset,
                      lba);
         }
-        frameMode2(lba, sector);
+        completeMode2Sector(sector, lba);
         break;
     }
     case SectorForm::kSilence:
@@ -121,11 +109,11 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
         break;
     case SectorForm::kEmptyMode1:
         std::memset(sector, 0, kRawSectorSize);
-        frameMode1(lba, sector);
+        completeMode1Sector(sector, lba);
         break;
     case SectorForm::kEmptyMode2:
         std::memset(sector, 0, kRawSectorSize);
-        frameMode2(lba, sector);
+        completeMode2Sector(sector, lba);
         break;
     }
     return failed_ ? -1 : 0;
