@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <new>
 
 #include "config/log.h"
 
@@ -34,12 +35,45 @@ void ImageFile::close() {
     fd_ = -1;
     path_.clear();
     readFailed_ = false;
+    nextOffset_ = -1;
+    windowBytes_ = 0;
 }
 
 size_t ImageFile::readAt(int64_t offset, size_t size, uint8_t* buffer) const {
     readFailed_ = false;
-    if (fd_ < 0) return 0;
+    if (fd_ < 0 || size == 0) return 0;
     if (offset < 0 || offset > std::numeric_limits<int32_t>::max()) return 0;
+    const bool inOrder = offset == nextOffset_;
+    nextOffset_ = offset + static_cast<int64_t>(size);
+    const auto held = [&] {
+        return windowBytes_ > 0 && offset >= windowStart_ &&
+               offset + static_cast<int64_t>(size) <= windowStart_ + static_cast<int64_t>(windowBytes_);
+    };
+    if (size <= kWindowBytes / 4 && (held() || (inOrder && fillWindow(offset) && held()))) {
+        std::memcpy(buffer, window_.get() + (offset - windowStart_), size);
+        return size;
+    }
+    return readDirect(offset, size, buffer);
+}
+
+bool ImageFile::fillWindow(int64_t offset) const {
+    windowBytes_ = 0;
+    if (!window_) window_.reset(new (std::nothrow) uint8_t[kWindowBytes]);
+    if (!window_) return false;
+    size_t done = 0;
+    while (done < kWindowBytes) {
+        const ssize_t got = pread(fd_, window_.get() + done, kWindowBytes - done, static_cast<off_t>(offset) + done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return false;  // the read itself goes to the file and reports the error
+        if (got == 0) break;
+        done += static_cast<size_t>(got);
+    }
+    windowStart_ = offset;
+    windowBytes_ = done;
+    return done > 0;
+}
+
+size_t ImageFile::readDirect(int64_t offset, size_t size, uint8_t* buffer) const {
     size_t done = 0;
     while (done < size) {
         const ssize_t got = pread(fd_, buffer + done, size - done, static_cast<off_t>(offset) + done);

@@ -1,9 +1,17 @@
 // A read-only image file addressed by signed 32-bit byte offsets, as every image kind addresses its
 // data and subchannel files: a position whose offset does not fit reads nothing.
+//
+// Reads that run in order (each starting where the one before ended, as a game streams a file) are
+// served from a 64 KiB window read ahead in one system call, so that a run of sectors costs one
+// call per window rather than one per sector. Reads out of order, and reads the window does not
+// hold whole, go to the file as they are; a window read that fails falls back to that, so an I/O
+// error is reported for the read that meets it and nowhere else. Like the sector cache, the window
+// keeps what the file held when it was read.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace lumadisc {
@@ -35,10 +43,19 @@ public:
     // Size of the file at path in bytes, or -1 when it cannot be queried.
     static int64_t sizeOf(const char* path);
 
+    static constexpr size_t kWindowBytes = 64 * 1024;
+
 private:
+    size_t readDirect(int64_t offset, size_t size, uint8_t* buffer) const;
+    bool fillWindow(int64_t offset) const;
+
     int fd_ = -1;
     std::string path_;
     mutable bool readFailed_ = false;
+    mutable int64_t nextOffset_ = -1;  // where the last read ended
+    mutable std::unique_ptr<uint8_t[]> window_;
+    mutable int64_t windowStart_ = 0;
+    mutable size_t windowBytes_ = 0;  // 0: the window holds nothing
 };
 
 }  // namespace lumadisc
