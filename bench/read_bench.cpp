@@ -104,7 +104,7 @@ int main(int argc, char** argv) {
 
     const int32_t warmSectors = std::min(options.sectors, kWarmCacheLevel);
     Figure off{"caching off", ">= 0.8", 0.8};
-    Figure cold{"cache cold", "-", 0};
+    Figure cold{"cache cold", ">= 0.8", 0.8};
     Figure warm{"cache warm", ">= 1.5", 1.5};
     off.sectors = cold.sectors = options.sectors;
     warm.sectors = warmSectors;

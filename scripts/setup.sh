@@ -6,7 +6,7 @@ packages=(
   cmake ninja-build g++ pkg-config dpkg-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libiniparser-dev libmd-dev libopenal-dev libsndfile1-dev
-  liblzma-dev zlib1g-dev libflac-dev libx11-dev libevdev-dev libnotify-dev libgtk-3-dev xdotool
+  liblzma-dev zlib1g-dev libflac-dev libxcb1-dev libevdev-dev libnotify-dev libgtk-3-dev xdotool
   cdrdao mame-tools sox flac
   clang-14 libclang-rt-14-dev
   libcdio-utils genisoimage vcdimager ffmpeg xxd

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "config/config_program.h"
+#include "config/log.h"
 #include "config/message_file.h"
 #include "config/settings.h"
 #include "facade/cdrom_control.h"
@@ -116,8 +117,13 @@ void hotKeyPass() {
 }
 
 void hotKeyThread() {
+    bool fromServer = inputKeyboardFromServer();
     while (!g_hotKeyStop) {
         inputPoll();
+        if (fromServer && !inputKeyboardFromServer()) {
+            logWrite(kLogPlugin, "[CDR] Warning: the connection to the X server was lost, keys are read from evdev keyboards.\n");
+        }
+        fromServer = inputKeyboardFromServer();
         hotKeyPass();
         sleepSeconds(kHotKeyPollSeconds);
     }

@@ -266,9 +266,11 @@ void decodeJoystick(DeviceSlot& slot) {
 void pollKeyboard() {
     if (!g_input.keyboardOpen) return;
     uint8_t keys[32] = {};
-    if (g_input.keyboardServer) {
-        g_input.keyboardSource->keymap(keys);
-    } else {
+    if (g_input.keyboardServer && !g_input.keyboardSource->keymap(keys)) {
+        // The connection to the X server is gone: evdev keyboards are picked up at the next rescan.
+        g_input.keyboardServer = false;
+    }
+    if (!g_input.keyboardServer) {
         for (const DeviceSlot& slot : g_input.keyboards) {
             if (slot.device == nullptr) continue;
             for (int code = 0; code + 8 < 256; ++code) {

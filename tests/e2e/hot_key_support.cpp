@@ -16,13 +16,17 @@
 
 namespace lumadisc::e2e {
 
-XvfbServer::~XvfbServer() {
+XvfbServer::~XvfbServer() { stop(); }
+
+void XvfbServer::stop() {
     if (pid_ > 0) {
         kill(pid_, SIGTERM);
         int status = 0;
         waitpid(pid_, &status, 0);
     }
+    pid_ = -1;
     if (pipe_ >= 0) close(pipe_);
+    pipe_ = -1;
 }
 
 bool XvfbServer::start(std::string* why) {

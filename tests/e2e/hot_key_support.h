@@ -22,6 +22,8 @@ public:
     // Starts Xvfb on a free display; false with *why when Xvfb or xdotool is missing or fails.
     bool start(std::string* why);
     const std::string& display() const { return display_; }
+    // Ends the server, as when it crashes or its session ends under a running emulator.
+    void stop();
     // Runs xdotool with the arguments on this display; true when it succeeded.
     bool xdotool(const std::string& arguments) const;
     // Holds the keys (xdotool key names) down for `held`, releases them in reverse, and waits `after`

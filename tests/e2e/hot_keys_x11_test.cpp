@@ -149,6 +149,20 @@ TEST_F(HotKeysX11, TheMessageReaderMakesRoomForLaterLines) {
     EXPECT_EQ(read.out, "CD-rom cover closed\n") << describeRun(read);
 }
 
+TEST_F(HotKeysX11, TheXServerGoingAwayLeavesTheHostRunningAndTheDiscReading) {
+    openWithBindings(kDefaultBindings);
+    ASSERT_TRUE(x_.press("F9"));
+    ASSERT_TRUE(messagesAre("CD-rom cover opened\n")) << messages();
+    x_.stop();
+    std::this_thread::sleep_for(300ms);  // several polls of the hot-key thread meet the closed connection
+    EXPECT_EQ(host().readSector(5).result, 0);
+    EXPECT_EQ(messages(), "CD-rom cover opened\n");
+    EXPECT_EQ(api().close(), 0);
+    EXPECT_NE(host::readFile(dir() + "/lumaDisc.log")
+                  .find("[CDR] Warning: the connection to the X server was lost, keys are read from evdev keyboards.\n"),
+              std::string::npos);
+}
+
 // Run under ThreadSanitizer too: the hot-key thread changes settings, reloads them and swaps the disc
 // while the host's thread reads sectors and starts and stops CD audio, and the audio thread plays.
 TEST_F(HotKeysX11, KeysCdAudioAndHostReadsRunTogether) {
