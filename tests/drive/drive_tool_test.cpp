@@ -1,8 +1,6 @@
 // The lumadisc tool on the emulated drive: the track table, a console boot and CD audio as from the
 // image behind it, `drives`, and `rip` with its retries, unreadable sectors and interruption.
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,7 +13,6 @@
 #include "tests/e2e/tool_runner.h"
 #include "tools/fixtures/demo_disc.h"
 
-extern char** environ;
 
 namespace lumadisc::drive_test {
 namespace {
@@ -136,17 +133,8 @@ TEST_F(DriveTool, RipThatCannotFinishLeavesNothing) {
     // Interrupted half-way (every read takes a while, so there is time to press Ctrl-C).
     configure({.delayMs = 5});
     const std::string out = rip("stopped.cue");
-    std::vector<std::string> words = {LUMADISC_TOOL_PATH, "--plugin", LUMADISC_PLUGIN_PATH, "rip", kDevice, out};
-    std::vector<char*> argv;
-    for (auto& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-    pid_t child = 0;
-    ASSERT_EQ(posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), environ), 0);
-    posix_spawn_file_actions_destroy(&actions);
+    const pid_t child = e2e::spawnLumadisc({"rip", kDevice, out});
+    ASSERT_GT(child, 0);
     const std::string part = rip("stopped.bin.part");
     for (int i = 0; i < 3000; ++i) {
         std::error_code missing;

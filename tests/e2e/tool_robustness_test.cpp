@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,7 +21,6 @@
 #include "tests/e2e/tool_runner.h"
 #include "tools/fixtures/demo_disc.h"
 
-extern char** environ;
 
 namespace lumadisc::e2e {
 namespace {
@@ -154,18 +152,8 @@ TEST_F(ToolRobustness, AStoppedToolRemovesItsScratchDirectory) {
     for (const int signal : {SIGINT, SIGTERM}) {
         SCOPED_TRACE(signal == SIGINT ? "SIGINT" : "SIGTERM");
         // CD audio plays in real time: the 4-second track keeps the tool busy until the signal.
-        const std::vector<std::string> words = {LUMADISC_TOOL_PATH, "--plugin", LUMADISC_PLUGIN_PATH, "play",
-                                                scratch_.file("demo/demo.cue"), "2", "--wav", wav};
-        std::vector<char*> argv;
-        for (const auto& word : words) argv.push_back(const_cast<char*>(word.c_str()));
-        argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-        pid_t pid = 0;
-        ASSERT_EQ(posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ), 0);
-        posix_spawn_file_actions_destroy(&actions);
+        const pid_t pid = spawnLumadisc({"play", scratch_.file("demo/demo.cue"), "2", "--wav", wav});
+        ASSERT_GT(pid, 0);
 
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (leftInTemp().empty() && std::chrono::steady_clock::now() < deadline)

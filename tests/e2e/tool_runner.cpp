@@ -1,11 +1,16 @@
 #include "tests/e2e/tool_runner.h"
 
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
 #include "tests/unit/shell_command.h"
+
+extern char** environ;
 
 namespace lumadisc::e2e {
 
@@ -35,6 +40,22 @@ ToolResult runProgram(const host::ScratchDir& scratch, const std::string& progra
     run.out = host::readFile(outPath);
     run.err = host::readFile(errPath);
     return run;
+}
+
+pid_t spawnLumadisc(const std::vector<std::string>& arguments) {
+    std::vector<std::string> words = {LUMADISC_TOOL_PATH, "--plugin", LUMADISC_PLUGIN_PATH};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    pid_t pid = -1;
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) pid = -1;
+    posix_spawn_file_actions_destroy(&actions);
+    return pid;
 }
 
 std::string describeRun(const ToolResult& run) {

@@ -1,6 +1,8 @@
 // Runs the lumadisc tool as a child process with the built plugin, capturing what it prints.
 #pragma once
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
@@ -20,6 +22,9 @@ ToolResult runLumadisc(const host::ScratchDir& scratch, const std::vector<std::s
 // Runs any program with ARGUMENTS through the shell, after `shellPrefix` (for example "cd DIR && ").
 ToolResult runProgram(const host::ScratchDir& scratch, const std::string& program,
                       const std::vector<std::string>& arguments, const std::string& shellPrefix = "");
+// Starts lumadisc --plugin <the built plugin> ARGUMENTS... without waiting, its output thrown away,
+// for tests that signal it while it works; its process id, or -1 when it could not be started.
+pid_t spawnLumadisc(const std::vector<std::string>& arguments);
 // Exit code and both outputs, for failure messages.
 std::string describeRun(const ToolResult& run);
 
