@@ -43,9 +43,9 @@ public:
     // Size of the file at path in bytes, or -1 when it cannot be queried.
     static int64_t sizeOf(const char* path);
 
+private:
     static constexpr size_t kWindowBytes = 64 * 1024;
 
-private:
     size_t readDirect(int64_t offset, size_t size, uint8_t* buffer) const;
     bool fillWindow(int64_t offset) const;
 
