@@ -7,12 +7,6 @@
 #include "tools/config_program/command_line.h"
 #include "tools/config_program/dialog.h"
 
-// The toolkit's font configuration is cached until the process ends and never freed; a build with the
-// leak checker would otherwise turn every closed window into a failure.
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-    return "leak:libfontconfig.so\n";
-}
-
 namespace {
 
 bool haveDisplay() {
