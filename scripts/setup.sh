@@ -3,7 +3,7 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ pkg-config dpkg-dev
+  cmake ninja-build g++ pkg-config dpkg-dev file
   libgtest-dev libgmock-dev libbenchmark-dev
   libiniparser-dev libmd-dev libopenal-dev libsndfile1-dev
   liblzma-dev zlib1g-dev libflac-dev libxcb1-dev libevdev-dev libnotify-dev libgtk-3-dev xdotool
