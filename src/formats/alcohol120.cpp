@@ -4,13 +4,12 @@
 #include <vector>
 
 #include "config/log.h"
+#include "formats/companion_file.h"
+#include "formats/image_file.h"
 #include "support/paths.h"
 
 namespace lumadisc {
 
-CCdAlcohol120Toc g_alcohol120Toc;
-CCdAlcohol120Data g_alcohol120Data;
-CCdAlcohol120Sub g_alcohol120Sub;
 
 namespace {
 
@@ -36,8 +35,7 @@ MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table
     return MdsParse::kOk;
 }
 
-int CCdAlcohol120Toc::open(const char* path) {
-    table_.clear();
+int describeMds(const char* path, DiscDescription& disc) {
     ImageFile descriptor;
     if (!descriptor.open(path)) {
         logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
@@ -54,8 +52,8 @@ int CCdAlcohol120Toc::open(const char* path) {
     table.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
     switch (mdsParseDescriptor(bytes.data(), bytes.size(), table)) {
     case MdsParse::kOk:
-        table_ = table;
-        return 0;
+        disc.alwaysData = true;
+        return describeRowsOrRefuse(path, table, TrackRowsFile{dataPath}, disc);
     case MdsParse::kUnsupported:
         logWrite(kLogPlugin, "[CDR] Error: unsupported mds format.\n");
         return -1;
@@ -64,15 +62,6 @@ int CCdAlcohol120Toc::open(const char* path) {
     }
     logWrite(kLogPlugin, "[CDR] Error: mds file truncated (%s).\n", path);
     return -1;
-}
-
-int CCdAlcohol120Sub::open(const char* path) {
-    char dataPath[kPathCapacity];
-    if (!companionPathOf(path, ".mdf", dataPath) || !file_.open(dataPath)) {
-        logWrite(kLogPlugin, "[CDR] Error: sub file not opened (%s).\n", dataPath);
-        return -1;
-    }
-    return 0;
 }
 
 }  // namespace lumadisc

@@ -6,9 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "disc/reader_interfaces.h"
-#include "disc/table_toc.h"
-#include "formats/companion_file.h"
+#include "disc/track_table.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
@@ -22,30 +21,8 @@ constexpr size_t kMdsDescriptorSpan = 369 + 80 * 98 + 3;
 // the table is then left as it was.
 MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table);
 
-class CCdAlcohol120Toc final : public CCdTableToc {
-public:
-    CCdAlcohol120Toc() : CCdTableToc(true) {}
-    int open(const char* path) override;
-};
-
-class CCdAlcohol120Data final : public CCdSectorFileData {
-public:
-    CCdAlcohol120Data() : CCdSectorFileData(".mdf", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
-};
-
-// Opens the data file a second time but delivers no subchannel: the reader front keeps its block.
-class CCdAlcohol120Sub final : public CCdVirtualSub {
-public:
-    int open(const char* path) override;
-    void close() override { file_.close(); }
-    int read(Lba, uint8_t*) override { return 0; }
-
-private:
-    ImageFile file_;
-};
-
-extern CCdAlcohol120Toc g_alcohol120Toc;
-extern CCdAlcohol120Data g_alcohol120Data;
-extern CCdAlcohol120Sub g_alcohol120Sub;
+// Describes the descriptor at path and its ".mdf" (2352-byte sectors); a data disc whatever its
+// tracks. 0, or -1 after its log line.
+int describeMds(const char* path, DiscDescription& disc);
 
 }  // namespace lumadisc

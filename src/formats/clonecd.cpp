@@ -9,8 +9,6 @@
 
 namespace lumadisc {
 
-CCdClonecdToc g_clonecdToc;
-CCdClonecdData g_clonecdData;
 CCdClonecdSub g_clonecdSub;
 
 namespace {
@@ -39,16 +37,16 @@ int clonecdReadControl(const char* path, TrackTable& table) {
     return 0;
 }
 
-int CCdClonecdToc::open(const char* path) {
-    table_.clear();
+int describeCloneCd(const char* path, DiscDescription& disc) {
+    TrackTable rows;
     char dataPath[kPathCapacity];
     const bool haveDataPath = companionPathOf(path, ".img", dataPath);
-    table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
-    if (clonecdReadControl(path, table_) != 0) {
+    rows.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
+    if (clonecdReadControl(path, rows) != 0) {
         logWrite(kLogPlugin, "[CDR] Error: toc file not opened (%s).\n", path);
         return -1;
     }
-    return 0;
+    return describeRowsOrRefuse(path, rows, TrackRowsFile{dataPath}, disc);
 }
 
 int CCdClonecdSub::open(const char* path) {

@@ -5,8 +5,9 @@
 #pragma once
 
 #include "disc/reader_interfaces.h"
-#include "disc/table_toc.h"
+#include "disc/track_table.h"
 #include "formats/companion_file.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
@@ -15,16 +16,8 @@ namespace lumadisc {
 // library cannot load the file.
 int clonecdReadControl(const char* path, TrackTable& table);
 
-class CCdClonecdToc final : public CCdTableToc {
-public:
-    CCdClonecdToc() : CCdTableToc(false) {}
-    int open(const char* path) override;
-};
-
-class CCdClonecdData final : public CCdSectorFileData {
-public:
-    CCdClonecdData() : CCdSectorFileData(".img", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
-};
+// Describes the control file at path and its ".img" (2352-byte sectors); 0, or -1 after its log line.
+int describeCloneCd(const char* path, DiscDescription& disc);
 
 class CCdClonecdSub final : public CCdVirtualSub {
 public:
@@ -36,8 +29,6 @@ private:
     ImageFile file_;
 };
 
-extern CCdClonecdToc g_clonecdToc;
-extern CCdClonecdData g_clonecdData;
 extern CCdClonecdSub g_clonecdSub;
 
 }  // namespace lumadisc

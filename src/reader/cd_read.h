@@ -16,9 +16,6 @@ namespace lumadisc {
 // plays, and a disc swap for the reopening; nobody waits for another thread while holding it.
 std::mutex& cdromMutex();
 
-// The kind a path selects, by the rules of the reader front.
-DiscType discTypeOfPath(const char* path);
-
 class CCdRead {
 public:
     int init();
@@ -45,13 +42,13 @@ public:
     bool isOpen() const { return toc_ != nullptr; }
 
 private:
-    bool bindKind(DiscType kind, const char* path);
+    bool bindKind(const char* path);
     void chooseSubchannelSource(const char* path);
 
     CCdVirtualToc* toc_ = nullptr;
     CCdVirtualData* data_ = nullptr;
     CCdVirtualSub* sub_ = nullptr;
-    bool ownSubDescribesDisc_ = false;
+    bool extentKind_ = false;  // the bound kind is described as extents
     Lba loc_ = 0;
     bool cachesBuilt_ = false;
     alignas(16) uint8_t area_[kRawSectorSize + kSubchannelSize] = {};

@@ -5,25 +5,9 @@
 #include <mutex>
 
 #include "reader/cd_read.h"
+#include "reader/disc_kinds.h"
 
 namespace lumadisc::configprogram {
-
-namespace {
-
-const char* kindName(int kind) {
-    switch (kind) {
-    case kDiscExecutable: return "console executable";
-    case kDiscDrive: return "physical drive";
-    case kDiscCue: return "CUE sheet";
-    case kDiscCcd: return "CloneCD image";
-    case kDiscMds: return "MDS/MDF image";
-    case kDiscToc: return "TOC image";
-    case kDiscChd: return "CHD image";
-    default: return "image";
-    }
-}
-
-}  // namespace
 
 std::string describeDisc(const Settings& settings, const std::string& path) {
     if (path.empty()) return "No disc: the console starts its BIOS shell";
@@ -42,7 +26,8 @@ std::string describeDisc(const Settings& settings, const std::string& path) {
         uint8_t tn[2] = {0, 0};
         reader.getTN(tn);
         const int tracks = tn[1] >= tn[0] ? tn[1] - tn[0] + 1 : 0;
-        text = std::string(kindName(discTypeOfPath(path.c_str()))) + ", " + std::to_string(tracks) +
+        const DiscKind* kind = discKindOf(path.c_str());
+        text = std::string(kind ? kind->name : "image") + ", " + std::to_string(tracks) +
                (tracks == 1 ? " track" : " tracks");
         reader.close();
     }

@@ -37,20 +37,13 @@ std::string baseName(const std::string& path) {
 // The block the plugin makes up for a disc without subchannel data: track 1, index 1, both times
 // counted from sector 0, nothing in the other channels. Anything else is the disc's own.
 bool isGeneratedBlock(Lba lba, const uint8_t* block) {
-    uint8_t expected[kSubchannelSize] = {};
-    uint8_t* q = expected + kSubchannelQOffset;
-    q[0] = 0x41;
-    q[1] = 0x01;
-    q[2] = 0x01;
-    const Msf relative = bcdMsf(msfFromFrames(lba));
-    const Msf absolute = bcdMsf(msfFromLba(lba));
-    q[3] = relative.minute;
-    q[4] = relative.second;
-    q[5] = relative.frame;
-    q[7] = absolute.minute;
-    q[8] = absolute.second;
-    q[9] = absolute.frame;
-    writeQCrc(q);
+    // A block the plugin generated is the one the disc model's writer makes of its own Q fields (track,
+    // index, relative time) at this sector's absolute time: nothing else in it is the disc's own.
+    const uint8_t* q = block + kSubchannelQOffset;
+    const int64_t relative = static_cast<int64_t>(lbaFromBcdMsf(q + 3)) + kLeadInFrames;
+    uint8_t expected[kSubchannelSize];
+    writeQBlock(expected, static_cast<uint8_t>(q[0] >> 4), q[1], q[2], relative,
+                static_cast<int64_t>(lba) + kLeadInFrames);
     return std::memcmp(expected, block, kSubchannelSize) == 0;
 }
 

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "reader/disc_kinds.h"
 #include "tools/fixtures/demo_disc.h"
 #include "tools/fixtures/ini_file.h"
 #include "tools/lumadisc/cleanup_on_signal.h"
@@ -20,17 +21,6 @@ namespace {
 // The settings library refuses a whole file with a line longer than this.
 constexpr size_t kSettingsLineLimit = 1022;
 constexpr const char* kEmptyDisc = "No CD (bios shell)";
-
-bool endsWith(const std::string& text, const std::string& suffix) {
-    if (text.size() < suffix.size()) return false;
-    for (size_t i = 0; i < suffix.size(); ++i) {
-        const char a = text[text.size() - suffix.size() + i];
-        const char b = suffix[i];
-        if (std::tolower(static_cast<unsigned char>(a)) != std::tolower(static_cast<unsigned char>(b)))
-            return false;
-    }
-    return true;
-}
 
 bool isFile(const std::string& path) {
     std::error_code error;
@@ -59,15 +49,9 @@ std::string pluginPath(const CommonOptions& options) {
 }
 
 std::string discKindName(const std::string& disc) {
-    if (disc == kEmptyDisc) return "empty disc (0)";
-    if (disc.find('.') == std::string::npos) return "physical drive (3)";
-    if (endsWith(disc, ".cue")) return "CUE sheet (4)";
-    if (endsWith(disc, ".ccd")) return "CloneCD (5)";
-    if (endsWith(disc, ".toc")) return "full TOC (7)";
-    if (endsWith(disc, ".mds")) return "MDS descriptor (6)";
-    if (endsWith(disc, ".exe")) return "executable (2)";
-    if (endsWith(disc, ".chd")) return "compressed image (8)";
-    return "unknown (-1)";
+    const DiscKind* kind = discKindOf(disc.c_str());
+    if (kind == nullptr) return "unknown (-1)";
+    return std::string(kind->name) + " (" + std::to_string(static_cast<int>(kind->type)) + ")";
 }
 
 bool discPathStorable(const std::string& disc, std::string* why) {
