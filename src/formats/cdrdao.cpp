@@ -57,8 +57,12 @@ int describeFullToc(const char* path, DiscDescription& disc) {
         logWrite(kLogPlugin, "Error: data file not opened (%s).\n", dataPath);
         return -1;
     }
-    return describeRowsOrRefuse(path, rows, TrackRowsFile{dataPath, kFullTocSectorStride, SubForm::kInterleaved, kRawSectorSize},
-                                disc);
+    TrackRowsFile data;
+    data.path = dataPath;
+    data.stride = kFullTocSectorStride;
+    data.subForm = SubForm::kInterleaved;
+    data.subOffset = kRawSectorSize;
+    return describeRowsOrRefuse(path, rows, data, disc);
 }
 
 }  // namespace lumadisc

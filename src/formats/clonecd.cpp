@@ -21,7 +21,7 @@ constexpr size_t kKeyCapacity = 4096;
 
 }  // namespace
 
-int clonecdReadControl(const char* path, TrackTable& table) {
+int clonecdReadControl(const char* path, TrackTable& table, std::vector<Lba>* gapStarts) {
     dictionary* ini = iniparser_load(path);
     if (ini == nullptr) return -1;
     char key[kKeyCapacity];
@@ -32,6 +32,10 @@ int clonecdReadControl(const char* path, TrackTable& table) {
         std::snprintf(key, sizeof key, "TRACK %i:MODE", track);
         const int mode = iniparser_getint(ini, key, kDataTrackMode);
         table.append(mode == kDataTrackMode ? kTrackData : kTrackAudio, start);
+        if (gapStarts) {
+            std::snprintf(key, sizeof key, "TRACK %i:INDEX 0", track);
+            gapStarts->push_back(iniparser_getint(ini, key, start));
+        }
     }
     iniparser_freedict(ini);
     return 0;
@@ -42,11 +46,13 @@ int describeCloneCd(const char* path, DiscDescription& disc) {
     char dataPath[kPathCapacity];
     const bool haveDataPath = companionPathOf(path, ".img", dataPath);
     rows.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
-    if (clonecdReadControl(path, rows) != 0) {
+    TrackRowsFile file;
+    file.path = dataPath;
+    if (clonecdReadControl(path, rows, &file.gapStarts) != 0) {
         logWrite(kLogPlugin, "[CDR] Error: toc file not opened (%s).\n", path);
         return -1;
     }
-    return describeRowsOrRefuse(path, rows, TrackRowsFile{dataPath}, disc);
+    return describeRowsOrRefuse(path, rows, file, disc);
 }
 
 int CCdClonecdSub::open(const char* path) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "disc/extent_table.h"
 #include "disc/reader_interfaces.h"
@@ -27,12 +28,16 @@ struct TrackRowsFile {
     int32_t stride = kRawSectorSize;
     SubForm subForm = SubForm::kNone;  // where the file keeps each sector's subchannel
     int32_t subOffset = 0;
+    // Where each track's INDEX 00 gap begins (track n at n - 1), when the description says; a track
+    // without a gap has its own start there.
+    std::vector<Lba> gapStarts;
 };
 
 // Lays track rows (row 0 the lead-out, track n row n) out as extents of one file: track n spans its
-// start up to the next track's (the last one up to the lead-out), sector k of the disc lying at byte
-// k x stride of the file. Data rows are raw data sectors, audio rows audio. Returns "" or the reason
-// the rows describe no disc: tracks that do not rise, or a lead-out that is not after the last track.
+// gap (index 0) and its start (index 1) up to the next track's gap (the last one up to the lead-out),
+// sector k of the disc lying at byte k x stride of the file. Data rows are raw data sectors, audio rows
+// audio. Returns "" or the reason the rows describe no disc: tracks that do not rise, a gap outside its
+// place, or a lead-out that is not after the last track.
 // A file shorter than the rows describe is named in a warning with the sectors it lacks.
 std::string describeTrackRows(const TrackTable& rows, const TrackRowsFile& file, ExtentTable& extents);
 // The same into a disc description; 0, or -1 after the log line naming the description and the reason.

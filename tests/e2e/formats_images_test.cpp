@@ -104,13 +104,13 @@ TEST_P(EveryKind, ReportsTnTdTeAndReturnsSectorsByteForByteWithCachingOffAndOn) 
 
 TEST_P(EveryKind, GeneratesTheQSubchannelWithoutASubFile) {
     ASSERT_EQ(openWith(settingsFor(write(kThreeTracks).path, false)), 0);
-    // Every kind describes its tracks alike: track 2 from 450, the lead-out from 750. Only the sheet
-    // keeps track 2's gap (INDEX 00, counting down); the CloneCD control file, the MDS descriptor and
-    // the full TOC are read for INDEX 01 alone, so there the gap is the end of track 1. The MDS
-    // descriptor is read without track modes, so there every track is data.
-    const uint8_t audio = GetParam() == ImageKind::kMds ? 0x41 : 0x01;
-    const Bytes gap = GetParam() ? Bytes{0x41, 0x01, 0x01, 0x00, 0x05, 0x74, 0x00, 0x00, 0x07, 0x74}
-                                 : Bytes{0x01, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x07, 0x74};
+    // Every kind describes its tracks alike: track 2 from 450, its gap counting down, the lead-out from
+    // 750. The full TOC and the MDS descriptor as read hold INDEX 01 alone, so there the gap is the end
+    // of track 1.
+    const uint8_t audio = 0x01;
+    const bool withoutGaps = GetParam() == ImageKind::kFullToc || GetParam() == ImageKind::kMds;
+    const Bytes gap = withoutGaps ? Bytes{0x41, 0x01, 0x01, 0x00, 0x05, 0x74, 0x00, 0x00, 0x07, 0x74}
+                                  : Bytes{0x01, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x07, 0x74};
     const std::vector<std::pair<Lba, Bytes>> fromTable = {
         {0, {0x41, 0x01, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}},
         {449, gap},
