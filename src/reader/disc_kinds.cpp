@@ -31,7 +31,7 @@ const DiscKind kKinds[] = {
     {kDiscToc, "text TOC", ".toc", isTextTocFile, describeTextToc, nullptr, nullptr, nullptr, "*.toc"},
     {kDiscToc, "full TOC", ".toc", isFullToc, describeFullToc, nullptr, nullptr, nullptr, nullptr},
     {kDiscMds, "MDS descriptor", ".mds", nullptr, describeMds, nullptr, nullptr, nullptr, "*.mds"},
-    {kDiscExecutable, "executable", ".exe", nullptr, nullptr, &g_autoToc, &g_executableData, &g_autoSub, "*.exe"},
+    {kDiscExecutable, "executable", ".exe", nullptr, describeExecutableDisc, nullptr, nullptr, nullptr, "*.exe"},
     {kDiscChd, "compressed image", ".chd", nullptr, describeChd, nullptr, nullptr, nullptr, "*.chd"},
 };
 
