@@ -9,6 +9,7 @@
 #include "formats/extent_disc.h"
 #include "formats/sbi.h"
 #include "reader/disc_kinds.h"
+#include "reader/read_layers.h"
 #include "reader/sector_cache.h"
 #include "support/paths.h"
 
@@ -67,24 +68,31 @@ void CCdRead::chooseSubchannelSource(const char* path) {
 }
 
 int CCdRead::open(const char* path) {
-    if (toc_ || cachesBuilt_) close();  // a disc swap: the previous disc is released first
+    if (toc_) close();  // a disc swap: the previous disc is released first
     logWrite(kLogPlugin, "[CDR] CCdRead::open().\n");
     if (!bindKind(path)) return -1;
     if (toc_->open(path) != 0) return -1;
     if (data_->open(path) != 0) return -1;
     chooseSubchannelSource(path);
+    // The layers, bottom up (see read_layers.h).
     if (g_subPatch.load(path)) {
         g_subPatch.wrap(sub_);
         sub_ = &g_subPatch;
     }
-    loc_ = 0;
-    std::memset(area_, 0, sizeof area_);
-    if (g_settings.ppfpatching) patch_.load(path);
+    if (g_settings.ppfpatching && patchedData_.load(path)) {
+        patchedData_.wrap(data_);
+        data_ = &patchedData_;
+    }
     if (g_settings.caching) {
         cacheDataInit(g_settings.cachinglevel);
         cacheSubInit(g_settings.cachinglevel);
-        cachesBuilt_ = true;
+        cachedData_.wrap(data_);
+        data_ = &cachedData_;
+        cachedSub_.wrap(sub_);
+        sub_ = &cachedSub_;
     }
+    loc_ = 0;
+    std::memset(area_, 0, sizeof area_);
     return 0;
 }
 
@@ -96,12 +104,6 @@ void CCdRead::close() {
     toc_ = nullptr;
     data_ = nullptr;
     sub_ = nullptr;
-    patch_.release();
-    if (cachesBuilt_) {
-        cacheDataRelease();
-        cacheSubRelease();
-        cachesBuilt_ = false;
-    }
 }
 
 int CCdRead::getDiscType() {
@@ -145,25 +147,18 @@ int CCdRead::readData() { return readDataInto(area_); }
 
 int CCdRead::readDataInto(uint8_t* sector) {
     logWrite(kLogPlugin, "[CDR] CCdRead::readData().\n");
-    int32_t result = 0;
-    if (cachesBuilt_ && g_settings.caching && cacheDataLookup(loc_, sector, &result) == 0) return result;
     if (!data_) return -1;  // no disc open: the sector keeps what it holds
-    result = data_->read(loc_, sector);
-    if (g_settings.ppfpatching) patch_.apply(loc_, sector);
-    if (cachesBuilt_ && g_settings.caching) cacheDataStore(loc_, sector, result);
-    return result;
+    return data_->read(loc_, sector);
 }
 
 int CCdRead::readSubs() {
     logWrite(kLogPlugin, "[CDR] CCdRead::readSubs().\n");
     uint8_t* block = area_ + kRawSectorSize;
     generateSubchannel(loc_, block);
-    int32_t result = 0;
-    if (cachesBuilt_ && g_settings.caching && cacheSubLookup(loc_, block, &result) == 0) return result;
     if (!sub_) return 0;
-    result = sub_->read(loc_, block);
-    if (result != 0) logWrite(kLogPlugin, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
-    if (cachesBuilt_ && g_settings.caching) cacheSubStore(loc_, block, result);
+    const int result = sub_->read(loc_, block);
+    const bool cached = sub_ == &cachedSub_ && cachedSub_.lastWasCached();
+    if (result != 0 && !cached) logWrite(kLogPlugin, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
     return result;
 }
 

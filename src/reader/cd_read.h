@@ -7,7 +7,7 @@
 
 #include "disc/disc_model.h"
 #include "disc/reader_interfaces.h"
-#include "formats/ppf_patch.h"
+#include "reader/read_layers.h"
 
 namespace lumadisc {
 
@@ -50,9 +50,10 @@ private:
     CCdVirtualSub* sub_ = nullptr;
     bool extentKind_ = false;  // the bound kind is described as extents
     Lba loc_ = 0;
-    bool cachesBuilt_ = false;
     alignas(16) uint8_t area_[kRawSectorSize + kSubchannelSize] = {};
-    CCdPpfPatch patch_;
+    CCdPatchedData patchedData_;
+    CCdCachedData cachedData_;
+    CCdCachedSub cachedSub_;
 };
 
 extern CCdRead g_cdRead;
