@@ -1,7 +1,5 @@
 #include "formats/extent_disc.h"
 
-#include <tuple>
-
 #include "config/log.h"
 #include "formats/image_file.h"
 
@@ -11,69 +9,23 @@ CCdExtentToc g_extentToc;
 CCdExtentData g_extentData(g_extentToc.extents());
 CCdExtentSub g_extentSub(g_extentToc.extents(), g_extentData);
 
-std::string describeTrackRows(const TrackTable& rows, const TrackRowsFile& file, ExtentTable& extents) {
-    if (rows.rows() < 2) return "";
-    const Lba leadOut = rows.row(0).start;
-    const int tracks = rows.rows() - 1;
-    const auto gapOf = [&](int track) {
-        const size_t at = static_cast<size_t>(track - 1);
-        return at < file.gapStarts.size() ? file.gapStarts[at] : rows.row(track).start;
-    };
-    for (int track = 1; track <= tracks; ++track) {
-        const Lba start = rows.row(track).start;
-        if (gapOf(track) > start || (track > 1 && gapOf(track) <= rows.row(track - 1).start)) {
-            return "track " + std::to_string(track) + "'s gap does not lie between track " + std::to_string(track - 1) +
-                   " and its start";
-        }
-        if (track < tracks && rows.row(track + 1).start <= start) {
-            return "track " + std::to_string(track + 1) + " does not start after track " + std::to_string(track);
-        }
-    }
-    if (leadOut <= rows.row(tracks).start) {
-        return "the disc ends (sector " + std::to_string(leadOut) + ") before track " + std::to_string(tracks) +
-               " starts";
-    }
-    const int32_t fileIndex = extents.addFile(file.path, false);
-    for (int track = 1; track <= tracks; ++track) {
-        const TrackEntry& row = rows.row(track);
-        const Lba end = track < tracks ? gapOf(track + 1) : leadOut;
-        const bool audio = row.type == kTrackAudio;
-        Extent e;
-        e.file = fileIndex;
-        e.stride = file.stride;
-        e.form = audio ? SectorForm::kAudio : SectorForm::kRaw;
-        e.track = static_cast<uint8_t>(track);
-        e.type = row.type;
-        e.control = audio ? 0 : kControlData;
-        e.trackStart = row.start;
-        e.subForm = file.subForm;
-        e.subOffset = file.subOffset;
-        for (const auto& [from, to, index] : {std::tuple{gapOf(track), row.start, 0}, std::tuple{row.start, end, 1}}) {
-            e.start = from;
-            e.count = to - from;
-            e.offset = static_cast<int64_t>(from) * file.stride;
-            e.index = static_cast<uint8_t>(index);
-            extents.append(e);
-        }
-    }
-    const int64_t size = ImageFile::sizeOf(file.path.c_str());
-    const int64_t held = size > 0 ? size / file.stride : 0;
-    if (size >= 0 && held < leadOut) {
-        logWrite(kLogPlugin, "[CDR] Warning: data file %s is %lld sectors shorter than the description says.\n",
-                 file.path.c_str(), static_cast<long long>(leadOut - held));
-    }
-    return "";
-}
-
-int describeRowsOrRefuse(const char* path, const TrackTable& rows, const TrackRowsFile& file, DiscDescription& disc) {
-    if (ImageFile::sizeOf(file.path.c_str()) < 0) {
+int describeRowsOrRefuse(const char* path, const TrackTable& rows, TrackRowsFile file, DiscDescription& disc) {
+    file.bytes = ImageFile::sizeOf(file.path.c_str());
+    if (file.bytes < 0) {
         logWrite(kLogPlugin, "[CDR] Error: data file not opened (%s).\n", file.path.c_str());
         return -1;
     }
-    const std::string reason = describeTrackRows(rows, file, disc.extents);
-    if (reason.empty()) return 0;
-    logWrite(kLogPlugin, "[CDR] Error: toc file not read (%s): %s.\n", path, reason.c_str());
-    return -1;
+    int64_t missing = 0;
+    const std::string reason = describeTrackRows(rows, file, disc.extents, &missing);
+    if (!reason.empty()) {
+        logWrite(kLogPlugin, "[CDR] Error: toc file not read (%s): %s.\n", path, reason.c_str());
+        return -1;
+    }
+    if (missing > 0) {
+        logWrite(kLogPlugin, "[CDR] Warning: data file %s is %lld sectors shorter than the description says.\n",
+                 file.path.c_str(), static_cast<long long>(missing));
+    }
+    return 0;
 }
 
 int CCdExtentToc::open(const char* path) {

@@ -1,5 +1,5 @@
-// A disc described as extents: the description every image kind fills, and the three readers the
-// reader front binds for any such kind. The track table, the sectors and the generated subchannel
+// The three readers the reader front binds for any disc described as extents, and the track-row
+// layout of image files. The track table, the sectors and the generated subchannel
 // are all read from the one extent table, whatever the image kind.
 #pragma once
 
@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "disc/disc_description.h"
 #include "disc/extent_table.h"
 #include "disc/reader_interfaces.h"
 #include "disc/track_table.h"
@@ -14,34 +15,10 @@
 
 namespace lumadisc {
 
-struct DiscDescription {
-    ExtentTable extents;
-    bool alwaysData = false;  // the disc counts as a data disc whatever its first track is
-};
-
-// Fills the description from the image at path; 0, or -1 after the kind's own log line.
-using DescribeDisc = int (*)(const char* path, DiscDescription& disc);
-
-// The data file of a disc described by track rows: where its sectors lie, and how many it holds.
-struct TrackRowsFile {
-    std::string path;
-    int32_t stride = kRawSectorSize;
-    SubForm subForm = SubForm::kNone;  // where the file keeps each sector's subchannel
-    int32_t subOffset = 0;
-    // Where each track's INDEX 00 gap begins (track n at n - 1), when the description says; a track
-    // without a gap has its own start there.
-    std::vector<Lba> gapStarts;
-};
-
-// Lays track rows (row 0 the lead-out, track n row n) out as extents of one file: track n spans its
-// gap (index 0) and its start (index 1) up to the next track's gap (the last one up to the lead-out),
-// sector k of the disc lying at byte k x stride of the file. Data rows are raw data sectors, audio rows
-// audio. Returns "" or the reason the rows describe no disc: tracks that do not rise, a gap outside its
-// place, or a lead-out that is not after the last track.
-// A file shorter than the rows describe is named in a warning with the sectors it lacks.
-std::string describeTrackRows(const TrackTable& rows, const TrackRowsFile& file, ExtentTable& extents);
-// The same into a disc description; 0, or -1 after the log line naming the description and the reason.
-int describeRowsOrRefuse(const char* path, const TrackTable& rows, const TrackRowsFile& file, DiscDescription& disc);
+// Lays track rows out as extents of a data file (describeTrackRows) after checking that the file is
+// there; 0, or -1 after the log line naming the description and the reason. A file shorter than the
+// rows describe is named in a warning with the sectors it lacks.
+int describeRowsOrRefuse(const char* path, const TrackTable& rows, TrackRowsFile file, DiscDescription& disc);
 
 class CCdExtentToc final : public CCdVirtualToc {
 public:

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "disc/auto_sub.h"
-#include "drive/cdrom_drive.h"
+#include "drive/drive_disc.h"
 #include "formats/alcohol120.h"
 #include "formats/cdrdao.h"
 #include "formats/cdrdao_text.h"
@@ -25,7 +25,7 @@ bool isFullToc(const char* path) { return !isTextTocFile(path); }
 
 const DiscKind kKinds[] = {
     {kDiscNone, "empty disc", nullptr, nullptr, nullptr, &g_nullToc, &g_nullData, &g_nullSub, nullptr},
-    {kDiscDrive, "physical drive", nullptr, nullptr, nullptr, &g_cdromToc, &g_cdromData, &g_cdromSub, nullptr},
+    {kDiscDrive, "physical drive", nullptr, nullptr, describeDrive, nullptr, nullptr, nullptr, nullptr},
     {kDiscCue, "CUE sheet", ".cue", nullptr, describeCueSheet, nullptr, nullptr, nullptr, "*.cue"},
     {kDiscCcd, "CloneCD", ".ccd", nullptr, describeCloneCd, nullptr, nullptr, nullptr, "*.ccd"},
     {kDiscToc, "text TOC", ".toc", isTextTocFile, describeTextToc, nullptr, nullptr, nullptr, "*.toc"},
