@@ -225,20 +225,32 @@ TEST_F(ChdTools, VerifyNamesTheSectorOfAPlantedEdcError) {
     }
 }
 
-TEST_F(ChdTools, ConvertWritesASingleFileImageWithTheSameSectors) {
+TEST_F(ChdTools, ConvertGivesBackTheSheetItsGapsAndTheSameBin) {
     REQUIRE_CHDMAN();
-    const Written written = writeSheetAndChd(kSheets[1], scratch_.path(), {"-c", "cdfl"});
-    const std::string out = scratch_.file("out/converted.cue");
-    fixtures::makeDirectories(scratch_.file("out"), nullptr);
-    const ToolResult run = runLumadisc(scratch_, {"convert", written.chd, out});
-    ASSERT_EQ(run.exitCode, 0) << describeRun(run);
-    EXPECT_EQ(fileBytes(scratch_.file("out/converted.bin")), fileBytes(written.cue.binPath));
-    EXPECT_FALSE(std::ifstream(scratch_.file("out/converted.sub")).good()) << "no subchannel of its own";
-    const std::string sheet = host::readFile(out);
-    EXPECT_EQ(sheet,
-              "FILE \"converted.bin\" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n"
-              "  TRACK 02 AUDIO\n    INDEX 01 00:06:01\n  TRACK 03 AUDIO\n    INDEX 01 00:10:01\n");
-    const ToolResult info[] = {runLumadisc(scratch_, {"info", out}), runLumadisc(scratch_, {"info", written.chd})};
+    // A stored INDEX 00 gap before track 2 and an unstored PREGAP before track 3: the sheet, the same
+    // disc as one file per track, and chdman's CHD of it all convert back to the sheet and its .bin.
+    fixtures::CueImageBuilder builder;
+    builder.addTrack({TrackKind::kData, 301, mixed, 0, 0})
+        .addTrack({TrackKind::kAudio, 300, tone, 150, 0})
+        .addTrack({TrackKind::kAudio, 77, tone, 0, 75});
+    fixtures::CueImage single, split;
+    std::string error;
+    ASSERT_TRUE(builder.write(scratch_.file("single"), "disc", &single, &error)) << error;
+    ASSERT_TRUE(builder.writePerTrack(scratch_.file("split"), "disc", &split, &error)) << error;
+    const std::string chd = scratch_.file("disc.chd");
+    ASSERT_TRUE(fixtures::writeChd(single.cuePath, chd, {"-c", "cdlz"}, &error)) << error;
+    for (const std::string& source : {single.cuePath, split.cuePath, chd}) {
+        SCOPED_TRACE(source);
+        const std::string out = scratch_.file("out/converted.cue");
+        fixtures::makeDirectories(scratch_.file("out"), nullptr);
+        const ToolResult run = runLumadisc(scratch_, {"convert", source, out});
+        ASSERT_EQ(run.exitCode, 0) << describeRun(run);
+        EXPECT_EQ(host::readFile(out), builder.sheet("converted.bin"));
+        EXPECT_TRUE(fileBytes(scratch_.file("out/converted.bin")) == fileBytes(single.binPath)) << "the same .bin";
+        EXPECT_FALSE(std::ifstream(scratch_.file("out/converted.sub")).good()) << "no subchannel of its own";
+    }
+    const ToolResult info[] = {runLumadisc(scratch_, {"info", scratch_.file("out/converted.cue")}),
+                               runLumadisc(scratch_, {"info", chd})};
     EXPECT_EQ(info[0].out.substr(info[0].out.find("tracks:")), info[1].out.substr(info[1].out.find("tracks:")));
 }
 
