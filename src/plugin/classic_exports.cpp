@@ -13,7 +13,7 @@
 #include "facade/plugin_lifetime.h"
 #include "lumadisc/host_api.h"
 #include "plugin/hot_keys.h"
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 namespace lumadisc {
 namespace {

@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "support/combo_capture.h"
-#include "support/input_devices.h"
-#include "support/key_combo.h"
+#include "tools/common/combo_capture.h"
+#include "input/input_devices.h"
+#include "input/key_combo.h"
 #include "tools/config_program/disc_preview.h"
 #include "tools/config_program/settings_file.h"
 #include "tools/config_program/settings_keys.h"

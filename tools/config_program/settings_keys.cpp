@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "support/key_combo.h"  // kComboInputs
+#include "input/key_combo.h"  // kComboInputs
 
 namespace lumadisc::configprogram {
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "src/drive/drive_probe.h"
+#include "tools/common/drive_probe.h"
 #include "src/drive/sense_messages.h"
 #include "tools/lumadisc/commands.h"
 
