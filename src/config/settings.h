@@ -23,9 +23,6 @@ enum HotKeyAction : int {
 constexpr int kHotKeySlots = 2;
 constexpr int kHotKeyTextSize = 32;
 
-// Key names of the hot-key actions, in action order.
-extern const char* const kHotKeyActionNames[kHotKeyActionCount];
-
 extern const char* const kSettingsPath;  // "./configs/lumaDisc.ini"
 
 struct Settings {

@@ -4,11 +4,14 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "config/settings.h"
+#include "config/settings_table.h"
 #include "config/catalogue.h"
 #include "scratch_directory.h"
 #include "support/list_pool.h"
@@ -55,9 +58,12 @@ TEST_F(SettingsTest, SaveWritesEveryKeyInOrder) {
     expected += "\n[hot keys]\n";
     const char* const defaults[kHotKeyActionCount] = {"0110004436", "", "", "", "", "", "", "", "0110004b",
                                                       "0110004c",   "0110005f"};
+    const char* const names[kHotKeyActionCount] = {
+        "configdialog",       "showstatus",         "togglecdxa", "togglecdda", "decreasecdxavolume",
+        "increasecdxavolume", "decreasecddavolume", "increasecddavolume", "coveropen", "coverclose", "cdswapping"};
     for (int slot = 0; slot < kHotKeySlots; ++slot) {
         for (int action = 0; action < kHotKeyActionCount; ++action) {
-            expected += keyLine(kHotKeyActionNames[action] + std::to_string(slot), slot == 0 ? defaults[action] : "");
+            expected += keyLine(names[action] + std::to_string(slot), slot == 0 ? defaults[action] : "");
         }
     }
     expected += "\n\n[misc]\n" + keyLine("showstatus", "true") + keyLine("coveropened", "false") +
@@ -358,6 +364,48 @@ TEST_F(ListPoolTest, ElementsAreReleasedExactlyOnce) {
     EXPECT_EQ(g_released, 5);
     listClear(list);  // a handle of the old pool is ignored
     EXPECT_EQ(g_released, 5);
+}
+
+}  // namespace
+}  // namespace lumadisc
+
+namespace lumadisc {
+namespace {
+
+// docs/settings.md gives each key of the settings table a line "| `section:key` | kind | default |
+// range |"; the kind, default and range must be the table's.
+TEST(SettingsTable, TheDocumentedKeysAreTheTablesWithItsDefaultsAndRanges) {
+    std::ifstream in(std::string(LUMADISC_SOURCE_DIR) + "/docs/settings.md");
+    std::string docs((std::istreambuf_iterator<char>(in)), {});
+    ASSERT_FALSE(docs.empty());
+    for (const SettingRow& row : settingRows()) {
+        const bool hotKey = row.kind == SettingKind::kHotKey;
+        const std::string name = std::string(row.section) + ":" + (hotKey ? "<action><slot>" : row.key);
+        const size_t at = docs.find("| `" + name + "` |");
+        ASSERT_NE(at, std::string::npos) << name << " is not documented";
+        const std::string line = docs.substr(at, docs.find('\n', at) - at);
+        std::string kind, defaultText, range;
+        switch (row.kind) {
+        case SettingKind::kFlag:
+            kind = "flag", defaultText = row.defaultNumber ? "true" : "false", range = "true/false";
+            break;
+        case SettingKind::kNumber:
+            kind = "number", defaultText = std::to_string(row.defaultNumber);
+            range = std::to_string(row.low) + ".." + std::to_string(row.high) + (*row.unit ? " " : "") + row.unit;
+            break;
+        case SettingKind::kText:
+            kind = "text", defaultText = *row.defaultText ? row.defaultText : "empty", range = "up to " + std::to_string(row.size - 1) + " characters";
+            break;
+        case SettingKind::kHotKey:
+            kind = "key combination", defaultText = "see below", range = "up to " + std::to_string(row.size - 1) + " characters";
+            break;
+        }
+        const std::string expected = "| `" + name + "` | " + kind + " | " + defaultText + " | " + range;
+        EXPECT_EQ(line.substr(0, expected.size()), expected) << line;
+        if (row.kind == SettingKind::kNumber && !row.clamped) {
+            EXPECT_NE(line.find("not clamped"), std::string::npos) << line;
+        }
+    }
 }
 
 }  // namespace
