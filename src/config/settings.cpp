@@ -7,11 +7,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "config/catalogue.h"
 #include "config/log.h"
 #include "config/settings_table.h"
 #include "support/atomic_file.h"
+#include "support/regular_file.h"
 
 namespace lumadisc {
 
@@ -183,6 +185,13 @@ void settingsDefaults(Settings* settings) {
 int settingsLoad(Settings* settings) {
     if (settings == nullptr) return -1;
     settingsDefaults(settings);
+    // A pipe or device in the file's place would block the library's read: only a file is read.
+    std::string why;
+    if (!isReadableRegularFile(kSettingsPath, &why)) {
+        if (why.find("not a") != std::string::npos)
+            logWrite(kLogPlugin, "[CDR] Error: settings not read (%s): %s.\n", kSettingsPath, why.c_str());
+        return -1;
+    }
     dictionary* ini = iniparser_load(kSettingsPath);
     if (ini == nullptr) return -1;
     Settings& s = *settings;

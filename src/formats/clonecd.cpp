@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "config/log.h"
+#include "support/regular_file.h"
 #include "support/paths.h"
 
 namespace lumadisc {
@@ -22,6 +23,8 @@ constexpr size_t kKeyCapacity = 4096;
 }  // namespace
 
 int clonecdReadControl(const char* path, TrackTable& table, std::vector<Lba>* gapStarts) {
+    // Only a file is handed to the INI library, which would wait on a pipe.
+    if (!isReadableRegularFile(path, nullptr)) return -1;
     dictionary* ini = iniparser_load(path);
     if (ini == nullptr) return -1;
     char key[kKeyCapacity];

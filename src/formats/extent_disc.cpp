@@ -2,6 +2,7 @@
 
 #include "config/log.h"
 #include "formats/image_file.h"
+#include "support/regular_file.h"
 
 namespace lumadisc {
 
@@ -10,8 +11,10 @@ CCdExtentData g_extentData(g_extentToc.extents());
 CCdExtentSub g_extentSub(g_extentToc.extents(), g_extentData);
 
 int describeRowsOrRefuse(const char* path, const TrackTable& rows, TrackRowsFile file, DiscDescription& disc) {
+    std::string why;
     file.bytes = ImageFile::sizeOf(file.path.c_str());
-    if (file.bytes < 0) {
+    if (file.bytes < 0 || !isReadableRegularFile(file.path.c_str(), &why)) {
+        if (file.bytes >= 0) logWrite(kLogPlugin, "[CDR] Error: %s is %s.\n", file.path.c_str(), why.c_str());
         logWrite(kLogPlugin, "[CDR] Error: data file not opened (%s).\n", file.path.c_str());
         return -1;
     }
