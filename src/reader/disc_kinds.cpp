@@ -1,5 +1,7 @@
 #include "reader/disc_kinds.h"
 
+#include <sys/stat.h>
+
 #include <cstring>
 #include <string>
 
@@ -53,7 +55,13 @@ std::span<const DiscKind> discKinds() { return kKinds; }
 
 const DiscKind* discKindOf(const char* path) {
     if (std::strcmp(path, kNoDiscPath) == 0) return &kKinds[0];
-    if (std::strchr(path, '.') == nullptr) return &kKinds[1];
+    // A path without a dot names a drive, unless it is an ordinary file (a bare image without its
+    // extension is no drive).
+    if (std::strchr(path, '.') == nullptr) {
+        struct stat status {};
+        const bool file = stat(path, &status) == 0 && S_ISREG(status.st_mode);
+        return file ? nullptr : &kKinds[1];
+    }
     for (const DiscKind& kind : kKinds) {
         if (kind.extensions == nullptr || !endsWithOneOf(path, kind.extensions)) continue;
         if (kind.accepts == nullptr || kind.accepts(path)) return &kind;

@@ -359,6 +359,9 @@ TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
         {"clean", cue(mixed), "result:      ok (0 problems)"},
         {"lost_sync", cue([](Lba lba, int32_t, Sector& s) { s = lba == 7 ? fixtures::patternSector(lba) : fixtures::mixedDataSector(lba); }),
          "sector 7 (00:02:07): data track sector without sync"},
+        // A MODE2/2352 track whose file holds no sync at all: every one of its sectors is a problem.
+        {"no_sync_anywhere", cue([](Lba, int32_t, Sector& s) { s.fill(0); }),
+         "sector 39 (00:02:39): data track sector without sync"},
         {"wrong_header", cue([](Lba lba, int32_t, Sector& s) { s = fixtures::mixedDataSector(lba == 12 ? 13 : lba); }),
          "sector 12 (00:02:12): header address 00:02:13 where 00:02:12 belongs"},
         {"broken_parity", cue([](Lba lba, int32_t, Sector& s) {
@@ -394,6 +397,11 @@ TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
         const ToolResult run = runLumadisc(scratch_, {"verify", c.write(dir)});
         EXPECT_EQ(run.exitCode, std::string(c.name) == "clean" ? 0 : 1) << describeRun(run);
         EXPECT_NE((run.out + run.err).find(c.expected), std::string::npos) << run.out << run.err;
+        if (std::string(c.name) == "no_sync_anywhere") {
+            EXPECT_NE(run.out.find("result:      FAILED (40 problems)"), std::string::npos) << "all 40 sectors\n" << run.out;
+            const ToolResult info = runLumadisc(scratch_, {"info", c.write(dir)});
+            EXPECT_NE(info.out.find("    1  data "), std::string::npos) << "the plugin's track type\n" << info.out;
+        }
     }
 }
 

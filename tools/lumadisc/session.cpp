@@ -178,7 +178,7 @@ int Session::start(const std::string& disc, const SessionSetup& setup) {
 
     fixtures::PluginIni settings;
     settings.current = disc_;
-    settings.enableLogging = options_.log;
+    settings.enableLogging = options_.log || setup.logging;
     settings.caching = !options_.noCache;
     settings.playCdda = setup.playCdda;
     settings.extra = setup.settings;
