@@ -242,15 +242,15 @@ int settingsSave(const Settings* settings) {
     // The directory "configs" is never created here: without it nothing is written. The file is
     // replaced whole or not at all, so a full disk or a crash never leaves the user's bindings cut.
     AtomicFile file;
-    if (!file.begin(kSettingsPath)) {
-        logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
-    } else {
+    bool written = false;
+    if (file.begin(kSettingsPath)) {
         iniparser_dump_ini(ini, file.stream());
-        if (!file.commit())
-            logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
+        written = file.commit();
     }
+    if (!written)
+        logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
     iniparser_freedict(ini);
-    return 0;
+    return written ? 0 : -1;
 }
 
 }  // namespace lumadisc

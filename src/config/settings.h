@@ -73,7 +73,7 @@ int settingsLoad(Settings* settings);
 // settingSetLive, so a reader of live settings never sees a record reset to its defaults half way.
 // Callers hold the lock of every thread that reads the other fields (the reader front's).
 void settingsPublish(Settings* target, const Settings& loaded);
-// 0 (also when the file cannot be created); -1 when no dictionary can be made.
+// 0 when the file was written; -1 (with the log line saying why) when it was not.
 int settingsSave(const Settings* settings);
 
 }  // namespace lumadisc

@@ -10,6 +10,7 @@
 #include "tests/e2e/hot_key_support.h"
 #include "tests/e2e/plugin_harness.h"
 #include "tests/e2e/tool_runner.h"
+#include "tools/fixtures/file_writer.h"
 
 extern char** environ;
 
@@ -30,6 +31,7 @@ protected:
         if (!xvfb_.start(&why)) GTEST_SKIP() << why;
         first_ = writeCue(CueImageBuilder().addDataTrack(40), "first").cuePath;
         second_ = writeCue(CueImageBuilder().addDataTrack(30).addAudioTrack(20), "second").cuePath;
+        fixtures::makeDirectories(dir() + "/configs", nullptr);  // the emulator's plugin directory
         const ToolResult r = runProgram(scratch_, LUMADISC_CONFIG_PROGRAM_PATH, {"--disc", first_});
         ASSERT_EQ(r.exitCode, 0) << describeRun(r);
     }

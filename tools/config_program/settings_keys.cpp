@@ -133,8 +133,9 @@ std::string settingRange(const SettingKey& key) {
 bool setSettingValue(Settings* settings, const SettingKey& key, const std::string& text, std::string* why) {
     const Field f = fieldOf(*settings, key);
     if (key.kind == KeyKind::kFlag) {
-        static const char* const kTrue[] = {"true", "yes", "1", "on"};
-        static const char* const kFalse[] = {"false", "no", "0", "off"};
+        // Exactly what the file holds and the help says; the library's looser reading stays the file's.
+        static const char* const kTrue[] = {"true"};
+        static const char* const kFalse[] = {"false"};
         for (const char* word : kTrue) {
             if (sameName(text, word)) return *f.number = 1, true;
         }
