@@ -45,7 +45,14 @@ std::string pluginPath(const CommonOptions& options) {
     if (const char* env = std::getenv("LUMADISC_PLUGIN"); env && *env) return env;
     const std::string beside = toolDirectory() + "/liblumadisc.so";
     if (isFile(beside)) return beside;
-    return host::absolutePath(toolDirectory() + "/" + LUMADISC_PLUGIN_FROM_TOOL + "/liblumadisc.so");
+    const std::string installed = host::absolutePath(toolDirectory() + "/" + LUMADISC_PLUGIN_FROM_TOOL + "/liblumadisc.so");
+    if (isFile(installed)) return installed;
+    // A user install (scripts/install-user.sh): the tool in ~/.local/bin, the plugin where the emulator
+    // loads it.
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0' && isFile(std::string(home) + "/.pcsxr/plugins/liblumadisc.so"))
+        return std::string(home) + "/.pcsxr/plugins/liblumadisc.so";
+    return installed;
 }
 
 std::string discKindName(const std::string& disc) {
