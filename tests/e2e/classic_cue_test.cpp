@@ -87,8 +87,8 @@ TEST_F(ClassicCue, NullPointersFromTheHostAreRefusedNotFollowed) {
     EXPECT_EQ(api().readTrack(nullptr), -1);
     EXPECT_EQ(api().play(nullptr), -1);
     EXPECT_EQ(api().getStatus(nullptr), -1);
-    EXPECT_EQ(api().readCDDA(0, 2, 0, nullptr), 0);
-    EXPECT_EQ(api().getTE(1, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(api().readCDDA(0, 2, 0, nullptr), -1);
+    EXPECT_EQ(api().getTE(1, nullptr, nullptr, nullptr), -1);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+// lumadisc drives: every optical drive (or the devices named) with its identity and whether a disc is in it.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>

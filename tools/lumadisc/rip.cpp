@@ -1,3 +1,4 @@
+// lumadisc rip: copies the disc in a drive to a CUE/BIN (and .sub), with retries and a progress bar.
 #include <unistd.h>
 
 #include <atomic>
