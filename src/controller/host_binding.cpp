@@ -132,6 +132,11 @@ long entryOpen() {
     controllerReset();
     if (psxcdrsystem.open() < 0) {
         logWrite(kLogController, "[CDR] Error: psxcdrsystem.Open()\n");
+        // Nothing of the failed open stays: the disc and the player are closed, CD audio goes back to
+        // the sound device, and the controller is as before.
+        psxcdrsystem.close();
+        g_cdPlay.setHostOutput(nullptr, true);
+        std::memset(&g_controller, 0, sizeof g_controller);
         return -1;
     }
     g_coverOpen = 1;

@@ -71,8 +71,11 @@ int CCdRead::open(const char* path) {
     if (toc_) close();  // a disc swap: the previous disc is released first
     logWrite(kLogPlugin, "[CDR] CCdRead::open().\n");
     if (!bindKind(path)) return -1;
-    if (toc_->open(path) != 0) return -1;
-    if (data_->open(path) != 0) return -1;
+    if (toc_->open(path) != 0 || data_->open(path) != 0) {
+        // Nothing stays half-open: the kind's readers are closed and unbound.
+        releaseReaders();
+        return -1;
+    }
     chooseSubchannelSource(path);
     // The layers, bottom up (see read_layers.h).
     if (g_subPatch.load(path)) {
@@ -98,6 +101,10 @@ int CCdRead::open(const char* path) {
 
 void CCdRead::close() {
     logWrite(kLogPlugin, "[CDR] CCdRead::close().\n");
+    releaseReaders();
+}
+
+void CCdRead::releaseReaders() {
     if (toc_) toc_->close();
     if (data_) data_->close();
     if (sub_) sub_->close();
@@ -111,20 +118,18 @@ int CCdRead::getDiscType() {
     return toc_ ? toc_->getDiscType() : -1;
 }
 
+// The reader's answer reaches the faces: -1 without a disc or a track, so that the classic face
+// reports the failure and the controller gives its error answer.
 int CCdRead::getTN(uint8_t* buffer) {
     logWrite(kLogPlugin, "[CDR] CCdRead::getTN().\n");
-    if (toc_) toc_->getTN(buffer);
-    return 0;
+    return toc_ ? toc_->getTN(buffer) : -1;
 }
 
 int CCdRead::getTD(uint8_t track, uint8_t* buffer) {
     logWrite(kLogPlugin, "[CDR] CCdRead::getTD(%i).\n", track);
-    if (toc_) {
-        toc_->getTD(track, buffer);
-    } else {
-        buffer[0] = buffer[1] = buffer[2] = 0;
-    }
-    return 0;
+    if (toc_) return toc_->getTD(track, buffer);
+    buffer[0] = buffer[1] = buffer[2] = 0;
+    return -1;
 }
 
 int CCdRead::setLoc(Lba lba) {

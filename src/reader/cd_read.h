@@ -43,6 +43,7 @@ public:
 
 private:
     bool bindKind(const char* path);
+    void releaseReaders();
     void chooseSubchannelSource(const char* path);
 
     CCdVirtualToc* toc_ = nullptr;

@@ -121,8 +121,8 @@ TEST_F(BuiltinDiscs, EmptyDiscOpensWithoutTracksOrSectors) {
     api().getStatus(&status);
     EXPECT_EQ(status.Type, 1u) << "a data disc";
     unsigned char tn[2] = {7, 9}, td[3] = {5, 5, 5};
-    EXPECT_EQ(api().getTN(tn), 0);
-    for (unsigned char track : {0, 1, 2}) EXPECT_EQ(api().getTD(track, td), 0);
+    EXPECT_EQ(api().getTN(tn), -1) << "no track: the query fails";
+    for (unsigned char track : {0, 1, 2}) EXPECT_EQ(api().getTD(track, td), -1);
     EXPECT_EQ((std::vector<int>{tn[0], tn[1], td[0], td[1], td[2]}), (std::vector<int>{7, 9, 5, 5, 5}))
         << "no query writes its buffer";
     for (const Lba lba : {0, 16, 23}) {

@@ -74,14 +74,14 @@ TEST_P(EveryKind, ReportsTnTdTeAndReturnsSectorsByteForByteWithCachingOffAndOn) 
         EXPECT_EQ(lengths, (std::vector<Lba>{450, 200, 100}));
         EXPECT_EQ(host().leadOut(), 750);  // track 0: the first sector after the last
         // The last track has no end (00:00:00), and 255 wraps to track 0; a track beyond the table
-        // reads as 00:00:00 and still answers 0.
+        // reads as 00:00:00 and answers -1, the failure the host sees.
         unsigned char te[2][3], tn[2] = {}, beyond[3] = {1, 2, 3};
         api().getTE(3, &te[0][0], &te[0][1], &te[0][2]);
         api().getTE(255, &te[1][0], &te[1][1], &te[1][2]);
         EXPECT_EQ((std::vector<Lba>{lbaFromMsf(te[0][0], te[0][1], te[0][2]), lbaFromMsf(te[1][0], te[1][1], te[1][2])}),
                   (std::vector<Lba>{-150, 750}));
         EXPECT_EQ(api().getTN(tn), 0);
-        for (const unsigned char number : {0, 1, 3, 9}) EXPECT_EQ(api().getTD(number, beyond), 0) << int(number);
+        for (const unsigned char number : {0, 1, 3, 9}) EXPECT_EQ(api().getTD(number, beyond), number == 9 ? -1 : 0) << int(number);
         EXPECT_EQ((Bytes{tn[0], tn[1], beyond[0], beyond[1], beyond[2]}), (Bytes{1, 3, 0, 0, 0}));
 
         for (int pass = 0; pass < 2; ++pass) {  // with caching on, the second pass comes from the cache
