@@ -31,7 +31,12 @@ std::vector<TrackInfo> ClassicHost::tracks() {
         uint8_t sector[kRawSectorSize];
         uint8_t subchannel[kSubchannelSize];
         readRaw(track.lba, sector, subchannel);
-        track.audio = std::memcmp(sector, kSectorSync, sizeof kSectorSync) != 0;
+        // The plugin's word on the track's type: the control bits of the Q channel at its start (data
+        // 0x4), when the block is a position block of this very track. Only a block that is not (a
+        // subchannel file of other content) leaves it to the sector's sync pattern.
+        const uint8_t* q = subchannel + kSubchannelQOffset;
+        const bool positionOfTrack = qCrcValid(q) && (q[0] & 0x0F) == 1 && q[1] == bcdFromBinary(static_cast<uint8_t>(number));
+        track.audio = positionOfTrack ? (q[0] & 0x40) == 0 : std::memcmp(sector, kSectorSync, sizeof kSectorSync) != 0;
         result.push_back(track);
     }
     return result;

@@ -15,7 +15,7 @@ struct TrackInfo {
     Msf start;          // absolute, binary
     Lba lba = 0;
     int32_t length = 0; // sectors up to the next track (or the lead-out)
-    bool audio = false; // the track's first sector carries no sync pattern
+    bool audio = false; // an audio track, by the Q channel's control bits at its start
 };
 
 struct SectorRead {

@@ -13,7 +13,11 @@ cleanup() {
 }
 trap cleanup EXIT
 cd "$work"
-# A small two-track disc so the Disc page has something to show.
+mkdir configs  # the work directory stands for an emulator's plugin directory
+# Two small discs, so the Disc page has a track list and a recently used list to show.
+head -c $((2352 * 100)) /dev/zero >other.bin
+printf 'FILE "other.bin" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n' >other.cue
+"$build/config-program/lumadisc-config" --disc other.cue >/dev/null
 head -c $((2352 * 300)) /dev/zero >game.bin
 printf 'FILE "game.bin" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n  TRACK 02 AUDIO\n    INDEX 01 00:03:00\n' >game.cue
 "$build/config-program/lumadisc-config" --disc game.cue --set "cdrom property:cddavolumelevel=80" >/dev/null

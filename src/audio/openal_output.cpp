@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <thread>
 
+#include "audio/sound_library_messages.h"
 #include "config/log.h"
+#include "config/settings.h"
 
 namespace lumadisc {
 
@@ -63,8 +65,14 @@ void COpenAlOutput::init() {
     stalled_ = false;
     due_ = {};
 
+    soundMessagesRoute(settingLive(g_settings.enablelogging) != 0);
     device_ = alcOpenDevice(nullptr);
-    bool ok = checkAlc(device_) && device_ != nullptr;
+    if (device_ == nullptr) {
+        // The one line a machine without a sound card gets; CD audio then only keeps its time.
+        logWrite(kLogPlugin, "[CDR] Warning: no sound device opens, CD audio is not played.\n");
+        return;
+    }
+    bool ok = checkAlc(device_);
     logWrite(kLogPlugin, "[CDR] ALC_DEVICE_SPECIFIER = %s.\n", text(alcGetString(device_, ALC_DEVICE_SPECIFIER)));
     logWrite(kLogPlugin, "[CDR] ALC_EXTENSIONS = %s.\n", text(alcGetString(device_, ALC_EXTENSIONS)));
 
@@ -102,6 +110,7 @@ void COpenAlOutput::init() {
 }
 
 void COpenAlOutput::start() {
+    if (device_ == nullptr) return;  // no sound device: playing only keeps its time
     for (ALuint buffer : buffers_) alBufferData(buffer, AL_FORMAT_STEREO16, g_zeros, kSectorBytes, kFrequency);
     checkAl();
     alSourceQueueBuffers(source_, kBufferCount, buffers_);
@@ -162,6 +171,7 @@ void COpenAlOutput::stream(const uint8_t* block, int length) {
 }
 
 void COpenAlOutput::stop() {
+    if (device_ == nullptr) return;
     alSourceStop(source_);
     checkAl();
     ALint queued = 0;
@@ -175,6 +185,11 @@ void COpenAlOutput::stop() {
 
 void COpenAlOutput::shutdown() {
     logWrite(kLogPlugin, "[CDR] SoundShutdown()\n");
+    if (device_ == nullptr) {
+        soundMessagesRestore();
+        usable_ = false;
+        return;
+    }
     alSourceStop(source_);
     checkAl();
     alDeleteSources(1, &source_);
@@ -191,6 +206,7 @@ void COpenAlOutput::shutdown() {
     source_ = 0;
     for (ALuint& buffer : buffers_) buffer = 0;
     usable_ = false;
+    soundMessagesRestore();
 }
 
 }  // namespace lumadisc

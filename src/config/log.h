@@ -1,10 +1,15 @@
 // The diagnostic log "./lumaDisc.log": written only while open and only below the threshold
-// misc:enablelogging, one write call per message, at most 4095 characters a message.
+// misc:enablelogging, one write call per message, at most 4095 characters a message, at most 16 MB.
 #pragma once
+
+#include <cstddef>
 
 namespace lumadisc {
 
 constexpr int kLogMessageMax = 4095;
+// The most the file holds: a message that would pass it empties the file first, which then starts
+// with "[CDR] Warning: the log reached 16 MB and was started again."
+constexpr size_t kLogLimitBytes = 16 * 1024 * 1024;
 
 // Message levels: a message is written when its level is below misc:enablelogging, so with logging on
 // the plugin's messages reach the file and the controller emulation's stay out.

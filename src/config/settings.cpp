@@ -7,18 +7,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "config/catalogue.h"
 #include "config/log.h"
+#include "config/settings_table.h"
 #include "support/atomic_file.h"
+#include "support/regular_file.h"
 
 namespace lumadisc {
-
-const char* const kHotKeyActionNames[kHotKeyActionCount] = {
-    "configdialog",       "showstatus",         "togglecdxa",         "togglecdda",
-    "decreasecdxavolume", "increasecdxavolume", "decreasecddavolume", "increasecddavolume",
-    "coveropen",          "coverclose",         "cdswapping",
-};
 
 const char* const kSettingsPath = "./configs/lumaDisc.ini";
 
@@ -46,12 +43,6 @@ void copyText(char* destination, size_t size, const char* source) {
     const size_t length = strnlen(source, size - 1);
     std::memcpy(destination, source, length);
     destination[length] = '\0';
-}
-
-template <size_t N>
-void readText(const dictionary* ini, const Key& k, char (&field)[N]) {
-    const char* value = iniparser_getstring(ini, k.text, nullptr);
-    if (value != nullptr) copyText(field, N, value);
 }
 
 // The flag reading of the library: 1 for 1/t/T/y/Y, 0 for 0/f/F/n/N, otherwise the default.
@@ -94,16 +85,11 @@ void loadCatalogue(const dictionary* ini) {
     }
 }
 
+// The longest text field of the record (the disc path).
+constexpr size_t kPathCapacityOfRecord = sizeof(Settings::current);
+
 const char* flagText(int32_t flag) {
     return flag != 0 ? "true" : "false";
-}
-
-// Fixed text fields are copied bounded, so a field that lost its terminator cannot be overread.
-template <size_t N>
-void setText(dictionary* ini, const Key& k, const char (&field)[N]) {
-    char text[N];
-    copyText(text, N, field);
-    iniparser_set(ini, k.text, text);
 }
 
 void setInt(dictionary* ini, const Key& k, int32_t value) {
@@ -112,11 +98,8 @@ void setInt(dictionary* ini, const Key& k, int32_t value) {
     iniparser_set(ini, k.text, text);
 }
 
-// Saving mirrors loading; a key is set only after its section, or the dump leaves it out.
-void buildDictionary(dictionary* ini, const Settings& s) {
-    iniparser_set(ini, "cd selection", nullptr);
-    setText(ini, key("cd selection", "current"), s.current);
-    setText(ini, key("cd selection", "filter"), s.filter);
+// The catalogue lists follow the "cd selection" keys, and the recently used list its own section.
+void setLists(dictionary* ini) {
     for (int i = 0, n = catalogueEntryCount(); i < n; ++i) {
         const CatalogueEntry* entry = catalogueEntry(i);
         if (entry == nullptr) break;
@@ -132,47 +115,57 @@ void buildDictionary(dictionary* ini, const Settings& s) {
         if (directory == nullptr) break;
         iniparser_set(ini, key("cd selection", "cdimgdir", i).text, directory);
     }
-
     iniparser_set(ini, "recently", nullptr);
     for (int i = 0, n = recentCount(); i < n; ++i) {
         const char* path = recentItem(i);
         if (path == nullptr) break;
         iniparser_set(ini, key("recently", "", i).text, path);
     }
+}
 
-    iniparser_set(ini, "cdrom property", nullptr);
-    iniparser_set(ini, "cdrom property:playcdxa", flagText(s.playcdxa));
-    setInt(ini, key("cdrom property", "cdxavolumelevel"), s.cdxavolumelevel);
-    iniparser_set(ini, "cdrom property:playcdda", flagText(s.playcdda));
-    setInt(ini, key("cdrom property", "cddavolumelevel"), s.cddavolumelevel);
-    iniparser_set(ini, "cdrom property:readsubchannels", flagText(s.readsubchannels));
-    iniparser_set(ini, "cdrom property:ppfpatching", flagText(s.ppfpatching));
-    setInt(ini, key("cdrom property", "speedlimitation"), s.speedlimitation);
-    setInt(ini, key("cdrom property", "tryagainonerror"), s.tryagainonerror);
-    setInt(ini, key("cdrom property", "spindowntime"), s.spindowntime);
-    iniparser_set(ini, "cdrom property:caching", flagText(s.caching));
-    setInt(ini, key("cdrom property", "cachinglevel"), s.cachinglevel);
-
-    iniparser_set(ini, "hot keys", nullptr);
-    for (int slot = 0; slot < kHotKeySlots; ++slot) {
-        for (int action = 0; action < kHotKeyActionCount; ++action) {
-            setText(ini, key("hot keys", kHotKeyActionNames[action], slot), s.hotKeys[action][slot]);
-        }
+void setRow(dictionary* ini, const SettingRow& row, const Settings& s, int slot) {
+    Settings& record = const_cast<Settings&>(s);
+    switch (row.kind) {
+    case SettingKind::kFlag:
+        iniparser_set(ini, key(row.section, row.key).text, flagText(*settingNumber(record, row)));
+        return;
+    case SettingKind::kNumber:
+        setInt(ini, key(row.section, row.key), *settingNumber(record, row));
+        return;
+    case SettingKind::kText:
+    case SettingKind::kHotKey: {
+        // Fixed text fields are copied bounded, so a field that lost its terminator cannot be overread.
+        char text[kPathCapacityOfRecord];
+        copyText(text, row.size, settingText(record, row, slot));
+        iniparser_set(ini, (row.kind == SettingKind::kHotKey ? key(row.section, row.key, slot) : key(row.section, row.key)).text,
+                      text);
+        return;
     }
+    }
+}
 
-    iniparser_set(ini, "misc", nullptr);
-    iniparser_set(ini, "misc:showstatus", flagText(s.showstatus));
-    iniparser_set(ini, "misc:coveropened", flagText(s.coveropened));
-    iniparser_set(ini, "misc:calldialogonstart", flagText(s.calldialogonstart));
-    iniparser_set(ini, "misc:enablelogging", flagText(s.enablelogging));
-    iniparser_set(ini, "misc:enabledebugger", flagText(s.enabledebugger));
-    iniparser_set(ini, "misc:savedialogparameters", flagText(s.savedialogparameters));
-    iniparser_set(ini, "misc:savesettingsonexit", flagText(s.savesettingsonexit));
-    setInt(ini, key("misc", "dialogx"), s.dialogx);
-    setInt(ini, key("misc", "dialogy"), s.dialogy);
-    setInt(ini, key("misc", "dialogw"), s.dialogw);
-    setInt(ini, key("misc", "dialogh"), s.dialogh);
-    setText(ini, key("misc", "language"), s.language);
+// Saving mirrors loading, in the order of the table; a key is set only after its section, or the dump
+// leaves it out. The hot keys are written slot by slot.
+void buildDictionary(dictionary* ini, const Settings& s) {
+    const char* section = nullptr;
+    for (size_t i = 0; i < settingRows().size(); ++i) {
+        const SettingRow& row = settingRows()[i];
+        if (section == nullptr || std::strcmp(section, row.section) != 0) {
+            if (section != nullptr && std::strcmp(section, "cd selection") == 0) setLists(ini);
+            section = row.section;
+            iniparser_set(ini, section, nullptr);
+        }
+        if (row.kind != SettingKind::kHotKey) {
+            setRow(ini, row, s, 0);
+            continue;
+        }
+        size_t last = i;
+        while (last + 1 < settingRows().size() && settingRows()[last + 1].kind == SettingKind::kHotKey) ++last;
+        for (int slot = 0; slot < kHotKeySlots; ++slot) {
+            for (size_t action = i; action <= last; ++action) setRow(ini, settingRows()[action], s, slot);
+        }
+        i = last;
+    }
 }
 
 }  // namespace
@@ -180,99 +173,64 @@ void buildDictionary(dictionary* ini, const Settings& s) {
 void settingsDefaults(Settings* settings) {
     if (settings == nullptr) return;
     std::memset(settings, 0, sizeof *settings);
-    Settings& s = *settings;
-    s.playcdxa = 1;
-    s.cdxavolumelevel = 100;
-    s.playcdda = 1;
-    s.cddavolumelevel = 100;
-    s.readsubchannels = 1;
-    s.ppfpatching = 1;
-    s.speedlimitation = 0;
-    s.tryagainonerror = 5;
-    s.spindowntime = 0;
-    s.caching = 1;
-    s.cachinglevel = 20000;
-    copyText(s.hotKeys[kHotKeyConfigDialog][0], kHotKeyTextSize, "0110004436");
-    copyText(s.hotKeys[kHotKeyCoverOpen][0], kHotKeyTextSize, "0110004b");
-    copyText(s.hotKeys[kHotKeyCoverClose][0], kHotKeyTextSize, "0110004c");
-    copyText(s.hotKeys[kHotKeyCdSwapping][0], kHotKeyTextSize, "0110005f");
-    s.showstatus = 1;
-    s.dialogx = s.dialogy = s.dialogw = s.dialogh = 100;
-    copyText(s.language, sizeof s.language, "en_EN.utf-8");
+    for (const SettingRow& row : settingRows()) {
+        if (row.kind == SettingKind::kFlag || row.kind == SettingKind::kNumber) {
+            *settingNumber(*settings, row) = row.defaultNumber;
+        } else {
+            copyText(settingText(*settings, row), row.size, row.defaultText);
+        }
+    }
 }
 
 int settingsLoad(Settings* settings) {
     if (settings == nullptr) return -1;
     settingsDefaults(settings);
+    // A pipe or device in the file's place would block the library's read: only a file is read.
+    std::string why;
+    if (!isReadableRegularFile(kSettingsPath, &why)) {
+        if (why.find("not a") != std::string::npos)
+            logWrite(kLogPlugin, "[CDR] Error: settings not read (%s): %s.\n", kSettingsPath, why.c_str());
+        return -1;
+    }
     dictionary* ini = iniparser_load(kSettingsPath);
     if (ini == nullptr) return -1;
     Settings& s = *settings;
-
-    readText(ini, key("cd selection", "current"), s.current);
-    readText(ini, key("cd selection", "filter"), s.filter);
-    loadCatalogue(ini);
-
-    readFlag(ini, key("cdrom property", "playcdxa"), &s.playcdxa);
-    readInt(ini, key("cdrom property", "cdxavolumelevel"), &s.cdxavolumelevel);
-    readFlag(ini, key("cdrom property", "playcdda"), &s.playcdda);
-    readInt(ini, key("cdrom property", "cddavolumelevel"), &s.cddavolumelevel);
-    readFlag(ini, key("cdrom property", "readsubchannels"), &s.readsubchannels);
-    readFlag(ini, key("cdrom property", "ppfpatching"), &s.ppfpatching);
-    readInt(ini, key("cdrom property", "speedlimitation"), &s.speedlimitation);
-    readInt(ini, key("cdrom property", "tryagainonerror"), &s.tryagainonerror);
-    readInt(ini, key("cdrom property", "spindowntime"), &s.spindowntime);
-    readFlag(ini, key("cdrom property", "caching"), &s.caching);
-    readInt(ini, key("cdrom property", "cachinglevel"), &s.cachinglevel);
-
-    // Once the file is read, a missing binding is unassigned: the built-in ones do not apply.
-    for (int slot = 0; slot < kHotKeySlots; ++slot) {
-        for (int action = 0; action < kHotKeyActionCount; ++action) {
-            const char* value = iniparser_getstring(ini, key("hot keys", kHotKeyActionNames[action], slot).text, "");
-            copyText(s.hotKeys[action][slot], kHotKeyTextSize, value);
+    for (const SettingRow& row : settingRows()) {
+        switch (row.kind) {
+        case SettingKind::kFlag: readFlag(ini, key(row.section, row.key), settingNumber(s, row)); break;
+        case SettingKind::kNumber: readInt(ini, key(row.section, row.key), settingNumber(s, row)); break;
+        case SettingKind::kText: {
+            const char* value = iniparser_getstring(ini, key(row.section, row.key).text, nullptr);
+            if (value != nullptr) copyText(settingText(s, row), row.size, value);
+            break;
+        }
+        case SettingKind::kHotKey:
+            // Once the file is read, a missing binding is unassigned: the built-in ones do not apply.
+            for (int slot = 0; slot < kHotKeySlots; ++slot) {
+                const char* value = iniparser_getstring(ini, key(row.section, row.key, slot).text, "");
+                copyText(settingText(s, row, slot), row.size, value);
+            }
+            break;
         }
     }
-
-    readFlag(ini, key("misc", "showstatus"), &s.showstatus);
-    readFlag(ini, key("misc", "coveropened"), &s.coveropened);
-    readFlag(ini, key("misc", "calldialogonstart"), &s.calldialogonstart);
-    readFlag(ini, key("misc", "enablelogging"), &s.enablelogging);
-    readFlag(ini, key("misc", "enabledebugger"), &s.enabledebugger);
-    readFlag(ini, key("misc", "savedialogparameters"), &s.savedialogparameters);
-    readFlag(ini, key("misc", "savesettingsonexit"), &s.savesettingsonexit);
-    readInt(ini, key("misc", "dialogx"), &s.dialogx);
-    readInt(ini, key("misc", "dialogy"), &s.dialogy);
-    readInt(ini, key("misc", "dialogw"), &s.dialogw);
-    readInt(ini, key("misc", "dialogh"), &s.dialogh);
-    readText(ini, key("misc", "language"), s.language);
-
+    loadCatalogue(ini);
     iniparser_freedict(ini);
-
-    clamp(&s.cdxavolumelevel, 0, 100);
-    clamp(&s.cddavolumelevel, 0, 100);
-    clamp(&s.speedlimitation, 0, 32);
-    clamp(&s.tryagainonerror, 0, 16);
-    clamp(&s.spindowntime, 0, 600);
-    clamp(&s.cachinglevel, 10, 100000);
+    for (const SettingRow& row : settingRows()) {
+        if (row.kind == SettingKind::kNumber && row.clamped) clamp(settingNumber(s, row), row.low, row.high);
+    }
     return 0;
 }
 
 void settingsPublish(Settings* target, const Settings& loaded) {
     if (target == nullptr || target == &loaded) return;
-    static_assert(sizeof(Settings) == 4096 + 512 + sizeof Settings::hotKeys + 32 + 22 * sizeof(int32_t),
-                  "a new setting must be published below too");
-    Settings& t = *target;
-    std::memcpy(t.current, loaded.current, sizeof t.current);
-    std::memcpy(t.filter, loaded.filter, sizeof t.filter);
-    std::memcpy(t.hotKeys, loaded.hotKeys, sizeof t.hotKeys);
-    std::memcpy(t.language, loaded.language, sizeof t.language);
-    for (int32_t Settings::*field :
-         {&Settings::playcdxa, &Settings::cdxavolumelevel, &Settings::playcdda, &Settings::cddavolumelevel,
-          &Settings::readsubchannels, &Settings::ppfpatching, &Settings::speedlimitation, &Settings::tryagainonerror,
-          &Settings::spindowntime, &Settings::caching, &Settings::cachinglevel, &Settings::showstatus,
-          &Settings::coveropened, &Settings::calldialogonstart, &Settings::enablelogging, &Settings::enabledebugger,
-          &Settings::savedialogparameters, &Settings::savesettingsonexit, &Settings::dialogx, &Settings::dialogy,
-          &Settings::dialogw, &Settings::dialogh}) {
-        settingSetLive(t.*field, loaded.*field);
+    Settings& source = const_cast<Settings&>(loaded);
+    for (const SettingRow& row : settingRows()) {
+        if (row.kind == SettingKind::kFlag || row.kind == SettingKind::kNumber) {
+            settingSetLive(*settingNumber(*target, row), *settingNumber(source, row));
+        } else {
+            const size_t slots = row.kind == SettingKind::kHotKey ? kHotKeySlots : 1;
+            std::memcpy(settingText(*target, row), settingText(source, row), row.size * slots);
+        }
     }
 }
 
@@ -284,15 +242,15 @@ int settingsSave(const Settings* settings) {
     // The directory "configs" is never created here: without it nothing is written. The file is
     // replaced whole or not at all, so a full disk or a crash never leaves the user's bindings cut.
     AtomicFile file;
-    if (!file.begin(kSettingsPath)) {
-        logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
-    } else {
+    bool written = false;
+    if (file.begin(kSettingsPath)) {
         iniparser_dump_ini(ini, file.stream());
-        if (!file.commit())
-            logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
+        written = file.commit();
     }
+    if (!written)
+        logWrite(kLogPlugin, "[CDR] Error: settings not saved (%s): %s.\n", kSettingsPath, std::strerror(errno));
     iniparser_freedict(ini);
-    return 0;
+    return written ? 0 : -1;
 }
 
 }  // namespace lumadisc

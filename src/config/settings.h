@@ -23,9 +23,6 @@ enum HotKeyAction : int {
 constexpr int kHotKeySlots = 2;
 constexpr int kHotKeyTextSize = 32;
 
-// Key names of the hot-key actions, in action order.
-extern const char* const kHotKeyActionNames[kHotKeyActionCount];
-
 extern const char* const kSettingsPath;  // "./configs/lumaDisc.ini"
 
 struct Settings {
@@ -76,7 +73,7 @@ int settingsLoad(Settings* settings);
 // settingSetLive, so a reader of live settings never sees a record reset to its defaults half way.
 // Callers hold the lock of every thread that reads the other fields (the reader front's).
 void settingsPublish(Settings* target, const Settings& loaded);
-// 0 (also when the file cannot be created); -1 when no dictionary can be made.
+// 0 when the file was written; -1 (with the log line saying why) when it was not.
 int settingsSave(const Settings* settings);
 
 }  // namespace lumadisc

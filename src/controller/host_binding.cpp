@@ -19,7 +19,6 @@
 #include "controller/save_state.h"
 #include "controller/sector_delivery.h"
 #include "facade/plugin_lifetime.h"
-#include "support/input_devices.h"
 
 namespace lumadisc {
 
@@ -101,7 +100,6 @@ long entryInit() {
 long entryOpen() {
     pluginLoadSettingsAndLog(false, nullptr);
     logWrite(kLogController, "[CDR] Open()\n");
-    inputOpen();
 
     HostLink& h = g_host;
     h = kUnbound;  // nothing of an earlier binding outlives this one
@@ -134,6 +132,11 @@ long entryOpen() {
     controllerReset();
     if (psxcdrsystem.open() < 0) {
         logWrite(kLogController, "[CDR] Error: psxcdrsystem.Open()\n");
+        // Nothing of the failed open stays: the disc and the player are closed, CD audio goes back to
+        // the sound device, and the controller is as before.
+        psxcdrsystem.close();
+        g_cdPlay.setHostOutput(nullptr, true);
+        std::memset(&g_controller, 0, sizeof g_controller);
         return -1;
     }
     g_coverOpen = 1;
@@ -160,7 +163,6 @@ long entryClose() {
     if (g_settings.savesettingsonexit) settingsSave(&g_settings);
     psxcdrsystem.close();
     g_cdPlay.setHostOutput(nullptr, true);  // the classic face plays through OpenAL again
-    inputClose();
     logClose();
     return 0;
 }

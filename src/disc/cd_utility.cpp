@@ -118,6 +118,33 @@ bool qCrcValid(const uint8_t* q) { return readBe16(q + 10) == qCrc(q, 10); }
 
 void writeQCrc(uint8_t* q) { writeBe16(q + 10, qCrc(q, 10)); }
 
+namespace {
+
+// A time of 100 minutes and more goes through the BCD rule as it is (100 gives 0xA0, the minute cut
+// to 8 bits first).
+void writeBcdTime(int64_t frames, uint8_t* out) {
+    constexpr int64_t kHundredMinutes = 100LL * kFramesPerMinute;
+    if (frames < 0) frames = (frames % kHundredMinutes + kHundredMinutes) % kHundredMinutes;
+    const Msf msf = bcdMsf(msfFromFrames(frames));
+    out[0] = msf.minute;
+    out[1] = msf.second;
+    out[2] = msf.frame;
+}
+
+}  // namespace
+
+void writeQBlock(uint8_t* block, uint8_t control, uint8_t trackBcd, uint8_t indexBcd, int64_t relativeFrames,
+                 int64_t absoluteFrames) {
+    std::memset(block, 0, kSubchannelSize);
+    uint8_t* q = block + kSubchannelQOffset;
+    q[0] = static_cast<uint8_t>((control << 4) | 0x01);
+    q[1] = trackBcd;
+    q[2] = indexBcd;
+    writeBcdTime(relativeFrames, q + 3);
+    writeBcdTime(absoluteFrames, q + 7);
+    writeQCrc(q);
+}
+
 uint32_t computeEdc(const uint8_t* data, size_t size) {
     const Tables& t = tables();
     uint32_t crc = 0;

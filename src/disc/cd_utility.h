@@ -129,6 +129,12 @@ uint16_t qCrc(const uint8_t* data, int length);
 bool qCrcValid(const uint8_t* q);
 // Stores the CRC of Q bytes 0..9 in bytes 10 and 11.
 void writeQCrc(uint8_t* q);
+// The one writer of generated subchannel blocks: all 96 bytes zero but Q, which gets control (high
+// nibble) with ADR 1, the track and index as given (BCD, or 0xAA for the lead-out), relative and
+// absolute time from frame counts, and its CRC. A time below zero counts back from 100 minutes
+// (frame -1 is 99:59:74), as a drive's lead-in does.
+void writeQBlock(uint8_t* block, uint8_t control, uint8_t trackBcd, uint8_t indexBcd, int64_t relativeFrames,
+                 int64_t absoluteFrames);
 
 // EDC: CRC-32 with the reflected polynomial 0xD8018001, initial value 0, no final xor.
 uint32_t computeEdc(const uint8_t* data, size_t size);

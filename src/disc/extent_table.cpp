@@ -11,13 +11,6 @@ namespace {
 
 constexpr uint8_t kLeadOutTrack = 0xAA;
 
-void writeBcdFrames(int64_t frames, uint8_t* out) {
-    const Msf msf = bcdMsf(msfFromFrames(frames < 0 ? 0 : frames));
-    out[0] = msf.minute;
-    out[1] = msf.second;
-    out[2] = msf.frame;
-}
-
 }  // namespace
 
 int32_t sectorFormBytes(SectorForm form) {
@@ -44,8 +37,18 @@ void ExtentTable::clear() {
 }
 
 int32_t ExtentTable::addFile(const std::string& path, bool decoded) {
-    files_.push_back(File{path, decoded});
+    files_.push_back(File{path, decoded, nullptr});
     return static_cast<int32_t>(files_.size() - 1);
+}
+
+int32_t ExtentTable::addSource(std::shared_ptr<ExtentSource> source) {
+    const std::string name = source->name();
+    files_.push_back(File{name, false, std::move(source)});
+    return static_cast<int32_t>(files_.size() - 1);
+}
+
+bool ExtentTable::storesSubchannel() const {
+    return std::any_of(extents_.begin(), extents_.end(), [](const Extent& e) { return e.subForm != SubForm::kNone; });
 }
 
 void ExtentTable::append(const Extent& extent) {
@@ -76,29 +79,19 @@ void ExtentTable::buildTrackTable(TrackTable& table) const {
 }
 
 void ExtentTable::fillSubchannel(Lba lba, uint8_t* block) const {
+    const int64_t absolute = static_cast<int64_t>(lba) + kLeadInFrames;
     const Extent* e = find(lba);
     if (e == nullptr && (extents_.empty() || lba < extents_.front().start)) {
         generateSubchannel(lba, block);
-        return;
-    }
-    std::memset(block, 0, kSubchannelSize);
-    uint8_t* q = block + kSubchannelQOffset;
-    if (e == nullptr) {  // the lead-out
-        const Extent& last = extents_.back();
-        q[0] = static_cast<uint8_t>(((last.control & kControlData) << 4) | 0x01);
-        q[1] = kLeadOutTrack;
-        q[2] = 0x01;
-        writeBcdFrames(static_cast<int64_t>(lba) - end(), q + 3);
+    } else if (e == nullptr) {  // the lead-out, counting from its first sector
+        writeQBlock(block, extents_.back().control & kControlData, kLeadOutTrack, 0x01, static_cast<int64_t>(lba) - end(),
+                    absolute);
     } else {
-        q[0] = static_cast<uint8_t>((e->control << 4) | 0x01);
-        q[1] = bcdFromBinary(e->track);
-        q[2] = bcdFromBinary(e->index);
+        // Relative time counts up from INDEX 01 and down through the gap ahead of it.
         const int64_t relative = lba >= e->trackStart ? static_cast<int64_t>(lba) - e->trackStart
                                                       : static_cast<int64_t>(e->trackStart) - lba;
-        writeBcdFrames(relative, q + 3);
+        writeQBlock(block, e->control, bcdFromBinary(e->track), bcdFromBinary(e->index), relative, absolute);
     }
-    writeBcdFrames(static_cast<int64_t>(lba) + kLeadInFrames, q + 7);
-    writeQCrc(q);
 }
 
 }  // namespace lumadisc

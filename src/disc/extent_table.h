@@ -4,10 +4,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "disc/disc_model.h"
+#include "disc/extent_source.h"
 #include "disc/track_table.h"
 
 namespace lumadisc {
@@ -31,6 +33,10 @@ enum class SectorForm : uint8_t {
 int32_t sectorFormBytes(SectorForm form);
 bool sectorFormGenerated(SectorForm form);
 
+// How the 96 subchannel bytes a kind stores for a sector lie: as a drive delivers them (P to W
+// interleaved, one bit of each channel per byte) or channel after channel.
+enum class SubForm : uint8_t { kNone, kInterleaved, kPacked };
+
 // Q control bits (high nibble of Q byte 0).
 constexpr uint8_t kControlPreEmphasis = 0x1;
 constexpr uint8_t kControlCopyPermitted = 0x2;
@@ -49,13 +55,20 @@ struct Extent {
     int32_t type = kTrackData;
     uint8_t control = kControlData;
     Lba trackStart = 0;    // INDEX 01 of the track: relative time counts from (and down to) it
+    // The subchannel the image stores for these sectors, in the same file at `subOffset` bytes after
+    // each sector's own offset (the sector's stride apart); kNone when it stores none.
+    SubForm subForm = SubForm::kNone;
+    int32_t subOffset = 0;
 };
 
 class ExtentTable {
 public:
     void clear();
-    // Registers a source file (decoded: a sound file read through the audio decoder); returns its index.
+    // Registers a source file (decoded: a sound file read through the audio decoder) that the extent
+    // reader opens; returns its index.
     int32_t addFile(const std::string& path, bool decoded);
+    // Registers a source the kind has opened already (a compressed image); returns its index.
+    int32_t addSource(std::shared_ptr<ExtentSource> source);
     // Appends an extent; empty ones are dropped. Extents are appended in disc order.
     void append(const Extent& extent);
 
@@ -63,6 +76,10 @@ public:
     int32_t fileCount() const { return static_cast<int32_t>(files_.size()); }
     const std::string& filePath(int32_t file) const { return files_[static_cast<size_t>(file)].path; }
     bool fileDecoded(int32_t file) const { return files_[static_cast<size_t>(file)].decoded; }
+    // The source registered open, or null for a file the extent reader opens itself.
+    const std::shared_ptr<ExtentSource>& fileSource(int32_t file) const { return files_[static_cast<size_t>(file)].source; }
+    // Whether any extent carries subchannel data of the image's own.
+    bool storesSubchannel() const;
     bool empty() const { return extents_.empty(); }
     // The first sector after the last extent (the lead-out).
     Lba end() const;
@@ -80,6 +97,7 @@ private:
     struct File {
         std::string path;
         bool decoded = false;
+        std::shared_ptr<ExtentSource> source;
     };
     std::vector<File> files_;
     std::vector<Extent> extents_;

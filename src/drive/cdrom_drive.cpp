@@ -9,9 +9,6 @@
 
 namespace lumadisc {
 
-CCdCdromToc g_cdromToc;
-CCdCdromData g_cdromData;
-CCdCdromSub g_cdromSub;
 
 namespace {
 
@@ -156,25 +153,5 @@ void cdromTocTable(const uint8_t* response, TrackTable& table) {
         table.append((d.control & 0x0C) == 4 ? kTrackData : kTrackAudio, descriptorLba(d));
     }
 }
-
-int CCdCdromToc::open(const char* path) {
-    cdromOpen(path);
-    uint8_t response[kTocResponseSize];
-    cdromReadToc(response);
-    cdromTocTable(response, table_);
-    return 0;
-}
-
-void CCdCdromToc::close() { cdromClose(); }
-
-int CCdCdromData::open(const char* path) { return cdromOpen(path); }
-
-void CCdCdromData::close() { cdromClose(); }
-
-int CCdCdromData::read(Lba lba, uint8_t* sector) { return cdromReadSector(lba, sector); }
-
-int CCdCdromSub::open(const char* path) { return cdromOpen(path); }
-
-int CCdCdromSub::read(Lba, uint8_t*) { return -1; }
 
 }  // namespace lumadisc

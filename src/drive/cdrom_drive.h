@@ -1,11 +1,11 @@
 // A physical CD-ROM drive read through MMC commands: the drive functions (open and set up, table of
-// contents, raw sectors, restore at close) and the three readers of the drive kind over them.
+// contents, raw sectors, restore at close) that the drive's disc description reads through.
 #pragma once
 
 #include <cstdint>
 
 #include "disc/reader_interfaces.h"
-#include "disc/table_toc.h"
+#include "disc/track_table.h"
 #include "drive/scsi_passthrough.h"
 
 namespace lumadisc {
@@ -40,32 +40,5 @@ SenseCodes cdromLastSense();
 
 // The track table of a READ TOC response: row 0 the lead-out, then one row per track descriptor.
 void cdromTocTable(const uint8_t* response, TrackTable& table);
-
-class CCdCdromToc final : public CCdTableToc {
-public:
-    CCdCdromToc() : CCdTableToc(false) {}
-    int open(const char* path) override;
-    void close() override;
-};
-
-class CCdCdromData final : public CCdVirtualData {
-public:
-    int open(const char* path) override;
-    void close() override;
-    int read(Lba lba, uint8_t* sector) override;
-};
-
-// Never the active subchannel source: the reader front reads a drive's subchannel from the
-// generator. It only opens along with the other two; closing it leaves the drive to them.
-class CCdCdromSub final : public CCdVirtualSub {
-public:
-    int open(const char* path) override;
-    void close() override {}
-    int read(Lba lba, uint8_t* block) override;
-};
-
-extern CCdCdromToc g_cdromToc;
-extern CCdCdromData g_cdromData;
-extern CCdCdromSub g_cdromSub;
 
 }  // namespace lumadisc

@@ -79,6 +79,9 @@ int CCdromControl::readData() {
     g_cdPlay.stopCDDA();  // takes the lock itself, briefly: the streaming thread is then off the reader
     ReaderLock lock(cdromMutex());
     g_cdRead.readSubs();
+    // The host's subchannel buffer shows this read at once: a host that kept the pointer from an
+    // earlier CDRgetBufferSub reads the new block through it.
+    std::memcpy(subs_, g_cdRead.getSubs(), sizeof subs_);
     return g_cdRead.readData();
 }
 

@@ -5,7 +5,7 @@
 #include "config/log.h"
 #include "config/message_file.h"
 #include "config/settings.h"
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 #include "support/list_pool.h"
 #include "support/queue_pool.h"
 #include "support/timers.h"
@@ -18,8 +18,12 @@ void pluginStartUp(PluginFace face, CCdromControl& cdrom) {
     listPoolInit();
     queuePoolInit();
     timerInit();
-    inputInit();
-    if (face == PluginFace::kClassic) messageFileInit();
+    // Only the classic face polls input devices (its hot keys); the extended face's keys come from the
+    // host.
+    if (face == PluginFace::kClassic) {
+        inputInit();
+        messageFileInit();
+    }
     catalogueInit();
     recentInit();
     cdrom.init();
@@ -29,8 +33,10 @@ void pluginShutDown(PluginFace face, CCdromControl& cdrom) {
     cdrom.shutdown();
     catalogueShutdown();
     recentShutdown();
-    if (face == PluginFace::kClassic) messageFileShutdown();
-    inputShutdown();
+    if (face == PluginFace::kClassic) {
+        messageFileShutdown();
+        inputShutdown();
+    }
     timerShutdown();
     queuePoolShutdown();
     listPoolShutdown();

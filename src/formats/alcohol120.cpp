@@ -4,40 +4,54 @@
 #include <vector>
 
 #include "config/log.h"
+#include "formats/companion_file.h"
+#include "formats/image_file.h"
 #include "support/paths.h"
 
 namespace lumadisc {
 
-CCdAlcohol120Toc g_alcohol120Toc;
-CCdAlcohol120Data g_alcohol120Data;
-CCdAlcohol120Sub g_alcohol120Sub;
 
 namespace {
 
 constexpr size_t kCountOffset = 110;
-constexpr size_t kSessionFieldOffset = 376;  // two bytes, read for the check of the size only
-constexpr size_t kFirstPositionOffset = 369;
+constexpr size_t kSessionFieldOffset = 376;  // track 1's sector size; a descriptor ends after it
+constexpr size_t kFirstRecordOffset = 360;
+constexpr size_t kPositionInRecord = 9;
+constexpr size_t kSectorSizeInRecord = 16;
+constexpr size_t kFirstPositionOffset = kFirstRecordOffset + kPositionInRecord;
+constexpr uint8_t kModeAudio = 0xA9;
+constexpr uint8_t kSubchannelInterleaved = 0x08;
+constexpr uint16_t kSectorWithSubSize = 2448;
 constexpr size_t kRecordSize = 80;
 constexpr int kMaxTracks = 99;
 
 
 }  // namespace
 
-MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table) {
+MdsParse mdsParseDescriptor(const uint8_t* bytes, size_t size, TrackTable& table, MdsDataLayout* layout) {
     if (size <= kCountOffset) return MdsParse::kTruncated;
     const int count = bytes[kCountOffset];
     if (count == 0 || count > kMaxTracks) return MdsParse::kUnsupported;
     const size_t lastPosition = kFirstPositionOffset + kRecordSize * static_cast<size_t>(count - 1);
     if (size < kSessionFieldOffset + 2 || size < lastPosition + 3) return MdsParse::kTruncated;
     for (int i = 0; i < count; ++i) {
-        const uint8_t* position = bytes + kFirstPositionOffset + kRecordSize * static_cast<size_t>(i);
-        table.append(kTrackData, lbaFromMsf(position[0], position[1], position[2]));
+        const size_t record = kFirstRecordOffset + kRecordSize * static_cast<size_t>(i);
+        const uint8_t* position = bytes + record + kPositionInRecord;
+        table.append(bytes[record] == kModeAudio ? kTrackAudio : kTrackData,
+                     lbaFromMsf(position[0], position[1], position[2]));
+    }
+    if (layout) {
+        *layout = MdsDataLayout{};
+        const size_t sizeField = kFirstRecordOffset + kSectorSizeInRecord;
+        if (readLe16(bytes + sizeField) == kSectorWithSubSize) {
+            layout->stride = kSectorWithSubSize;
+            layout->subchannel = bytes[kFirstRecordOffset + 1] == kSubchannelInterleaved;
+        }
     }
     return MdsParse::kOk;
 }
 
-int CCdAlcohol120Toc::open(const char* path) {
-    table_.clear();
+int describeMds(const char* path, DiscDescription& disc) {
     ImageFile descriptor;
     if (!descriptor.open(path)) {
         logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
@@ -50,12 +64,24 @@ int CCdAlcohol120Toc::open(const char* path) {
     // Row 0 is the lead-out of the data file; the tracks follow it.
     char dataPath[kPathCapacity];
     const bool haveDataPath = companionPathOf(path, ".mdf", dataPath);
-    TrackTable table;
-    table.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
-    switch (mdsParseDescriptor(bytes.data(), bytes.size(), table)) {
-    case MdsParse::kOk:
-        table_ = table;
-        return 0;
+    TrackTable parsed;
+    parsed.append(kTrackData, 0);
+    MdsDataLayout layout;
+    switch (mdsParseDescriptor(bytes.data(), bytes.size(), parsed, &layout)) {
+    case MdsParse::kOk: {
+        TrackTable table;
+        table.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, layout.stride);
+        for (int row = 1; row < parsed.rows(); ++row) table.append(parsed.row(row).type, parsed.row(row).start);
+        TrackRowsFile file;
+        file.path = dataPath;
+        file.stride = layout.stride;
+        if (layout.subchannel) {
+            file.subForm = SubForm::kInterleaved;
+            file.subOffset = kRawSectorSize;
+        }
+        disc.alwaysData = true;
+        return describeRowsOrRefuse(path, table, file, disc);
+    }
     case MdsParse::kUnsupported:
         logWrite(kLogPlugin, "[CDR] Error: unsupported mds format.\n");
         return -1;
@@ -64,15 +90,6 @@ int CCdAlcohol120Toc::open(const char* path) {
     }
     logWrite(kLogPlugin, "[CDR] Error: mds file truncated (%s).\n", path);
     return -1;
-}
-
-int CCdAlcohol120Sub::open(const char* path) {
-    char dataPath[kPathCapacity];
-    if (!companionPathOf(path, ".mdf", dataPath) || !file_.open(dataPath)) {
-        logWrite(kLogPlugin, "[CDR] Error: sub file not opened (%s).\n", dataPath);
-        return -1;
-    }
-    return 0;
 }
 
 }  // namespace lumadisc

@@ -1,5 +1,7 @@
 #include "formats/audio_file.h"
 
+#include "support/regular_file.h"
+
 #include <sndfile.h>
 
 #include <utility>
@@ -33,7 +35,13 @@ AudioFile& AudioFile::operator=(AudioFile&& other) noexcept {
 bool AudioFile::open(const std::string& path, std::string* reason) {
     close();
     SF_INFO info{};
-    SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
+    std::string why;
+    const int fd = openRegularFile(path.c_str(), &why);
+    if (fd < 0) {
+        if (reason) *reason = why;
+        return false;
+    }
+    SNDFILE* file = sf_open_fd(fd, SFM_READ, &info, SF_TRUE);  // the library closes fd
     if (file == nullptr) {
         if (reason) *reason = sf_strerror(nullptr);
         return false;

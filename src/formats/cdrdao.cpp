@@ -5,13 +5,12 @@
 #include <vector>
 
 #include "config/log.h"
+#include "formats/companion_file.h"
+#include "formats/image_file.h"
 #include "support/paths.h"
 
 namespace lumadisc {
 
-CCdCdrdaoToc g_cdrdaoToc;
-CCdCdrdaoData g_cdrdaoData;
-CCdCdrdaoSub g_cdrdaoSub;
 
 namespace {
 
@@ -40,20 +39,30 @@ FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table) 
     return FullTocParse::kOk;
 }
 
-int CCdCdrdaoToc::open(const char* path) {
-    table_.clear();
-    if (!file_.open(path)) {
+int describeFullToc(const char* path, DiscDescription& disc) {
+    ImageFile file;
+    if (!file.open(path)) {
         logWrite(kLogPlugin, "[CDR] Error: toc not opened (%s).\n", path);
         return -1;
     }
     std::vector<uint8_t> bytes(kFullTocMaxSize);
-    bytes.resize(file_.readRecord(0, bytes.size(), bytes.data()));
-    if (fullTocParse(bytes.data(), bytes.size(), table_) != FullTocParse::kOk) {
-        table_.clear();
+    bytes.resize(file.readRecord(0, bytes.size(), bytes.data()));
+    TrackTable rows;
+    if (fullTocParse(bytes.data(), bytes.size(), rows) != FullTocParse::kOk) {
         logWrite(kLogPlugin, "[CDR] Error: toc file truncated (%s).\n", path);
         return -1;
     }
-    return 0;
+    char dataPath[kPathCapacity];
+    if (!companionPathOf(path, ".bin", dataPath) || !file.open(dataPath)) {
+        logWrite(kLogPlugin, "Error: data file not opened (%s).\n", dataPath);
+        return -1;
+    }
+    TrackRowsFile data;
+    data.path = dataPath;
+    data.stride = kFullTocSectorStride;
+    data.subForm = SubForm::kInterleaved;
+    data.subOffset = kRawSectorSize;
+    return describeRowsOrRefuse(path, rows, data, disc);
 }
 
 }  // namespace lumadisc

@@ -6,9 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "disc/reader_interfaces.h"
-#include "disc/table_toc.h"
-#include "formats/companion_file.h"
+#include "disc/track_table.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
@@ -26,32 +25,8 @@ enum class FullTocParse { kOk, kTruncated };
 // announced descriptors are cut short.
 FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table);
 
-class CCdCdrdaoToc final : public CCdTableToc {
-public:
-    CCdCdrdaoToc() : CCdTableToc(false) {}
-    int open(const char* path) override;
-    void close() override { file_.close(); }
-
-private:
-    ImageFile file_;
-};
-
-// The main channel only: the 96 subchannel bytes after each sector are not read.
-class CCdCdrdaoData final : public CCdSectorFileData {
-public:
-    CCdCdrdaoData() : CCdSectorFileData(".bin", kFullTocSectorStride, "Error: data file not opened (%s).\n") {}
-};
-
-// Delivers nothing: the reader front keeps its block (a ".sub" file or the generated one).
-class CCdCdrdaoSub final : public CCdVirtualSub {
-public:
-    int open(const char*) override { return 0; }
-    void close() override {}
-    int read(Lba, uint8_t*) override { return 0; }
-};
-
-extern CCdCdrdaoToc g_cdrdaoToc;
-extern CCdCdrdaoData g_cdrdaoData;
-extern CCdCdrdaoSub g_cdrdaoSub;
+// Describes the full TOC at path and its ".bin" (2448-byte sectors, each followed by its interleaved
+// subchannel); 0, or -1 after its log line.
+int describeFullToc(const char* path, DiscDescription& disc);
 
 }  // namespace lumadisc

@@ -19,9 +19,6 @@
 
 namespace lumadisc {
 
-CCdCdrdaoTextToc g_cdrdaoTextToc;
-CCdExtentData g_cdrdaoTextData(g_cdrdaoTextToc.extents());
-CCdExtentSub g_cdrdaoTextSub(g_cdrdaoTextToc.extents());
 
 namespace {
 
@@ -399,23 +396,21 @@ std::string textTocLayout(const std::string& text, const std::string& tocPath, E
     return Parser(tokens, tocPath, table).run(missingPath);
 }
 
-int CCdCdrdaoTextToc::open(const char* path) {
-    table_.clear();
-    extents_.clear();
+int describeTextToc(const char* path, DiscDescription& disc) {
+    ExtentTable& extents = disc.extents;
     const auto refuse = [path](const std::string& reason) {
         logWrite(kLogPlugin, "[CDR] Error: toc file not read (%s): %s.\n", path, reason.c_str());
     };
     std::string text;
     if (!readDescriptionText(path, kMaxTocBytes, text, refuse)) return -1;
     std::string missing;
-    const std::string reason = textTocLayout(text, path, extents_, &missing);
+    const std::string reason = textTocLayout(text, path, extents, &missing);
     if (!reason.empty()) {
-        extents_.clear();
+        extents.clear();
         if (!missing.empty()) logWrite(kLogPlugin, "[CDR] Error: data file not opened (%s).\n", missing.c_str());
         else refuse(reason);
         return -1;
     }
-    extents_.buildTrackTable(table_);
     return 0;
 }
 

@@ -9,8 +9,7 @@
 #include <string>
 
 #include "disc/extent_table.h"
-#include "disc/table_toc.h"
-#include "formats/extent_data.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
@@ -25,18 +24,7 @@ bool isTextTocFile(const char* path);
 std::string textTocLayout(const std::string& text, const std::string& tocPath, ExtentTable& table,
                           std::string* missingPath);
 
-class CCdCdrdaoTextToc final : public CCdTableToc {
-public:
-    CCdCdrdaoTextToc() : CCdTableToc(false) {}
-    int open(const char* path) override;
-    const ExtentTable& extents() const { return extents_; }
-
-private:
-    ExtentTable extents_;
-};
-
-extern CCdCdrdaoTextToc g_cdrdaoTextToc;
-extern CCdExtentData g_cdrdaoTextData;
-extern CCdExtentSub g_cdrdaoTextSub;
+// Describes the text TOC at path and its files; 0, or -1 after the log line naming the reason.
+int describeTextToc(const char* path, DiscDescription& disc);
 
 }  // namespace lumadisc

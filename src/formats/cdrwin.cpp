@@ -17,10 +17,6 @@
 
 namespace lumadisc {
 
-CCdCdrwinToc g_cdrwinToc;
-CCdCdrwinData g_cdrwinData;
-CCdExtentSub g_cdrwinSub(g_cdrwinToc.extents());
-
 namespace {
 
 void sheetRefused(const char* sheetPath, const std::string& reason) {
@@ -60,9 +56,8 @@ bool findSources(const char* sheetPath, const CueSheet& sheet, std::vector<CueSo
 
 }  // namespace
 
-int CCdCdrwinToc::open(const char* path) {
-    table_.clear();
-    extents_.clear();
+int describeCueSheet(const char* path, DiscDescription& disc) {
+    ExtentTable& extents = disc.extents;
     const char* sheetPath = path;
     std::string text;
     if (!readDescriptionText(sheetPath, kMaxSheetBytes, text,
@@ -78,9 +73,9 @@ int CCdCdrwinToc::open(const char* path) {
         return -1;
     }
     std::vector<int64_t> missing;
-    const std::string layoutReason = cueLayout(sheet, sources, extents_, &missing);
+    const std::string layoutReason = cueLayout(sheet, sources, extents, &missing);
     if (!layoutReason.empty()) {
-        extents_.clear();
+        extents.clear();
         sheetRefused(sheetPath, layoutReason);
         return -1;
     }
@@ -90,10 +85,7 @@ int CCdCdrwinToc::open(const char* path) {
                      sources[i].path.c_str(), static_cast<long long>(missing[i]));
         }
     }
-    extents_.buildTrackTable(table_);
     return 0;
 }
-
-CCdCdrwinData::CCdCdrwinData() : CCdExtentData(g_cdrwinToc.extents()) {}
 
 }  // namespace lumadisc

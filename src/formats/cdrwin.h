@@ -3,33 +3,14 @@
 // sectors and the generated subchannel are read.
 #pragma once
 
-#include "disc/extent_table.h"
-#include "disc/reader_interfaces.h"
-#include "disc/table_toc.h"
-#include "formats/extent_data.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
 // The largest sheet the reader takes; real sheets are a few kilobytes.
 constexpr int64_t kMaxSheetBytes = 1 << 20;
 
-class CCdCdrwinToc final : public CCdTableToc {
-public:
-    CCdCdrwinToc() : CCdTableToc(false) {}
-    int open(const char* path) override;
-    const ExtentTable& extents() const { return extents_; }
-
-private:
-    ExtentTable extents_;
-};
-
-class CCdCdrwinData final : public CCdExtentData {
-public:
-    CCdCdrwinData();
-};
-
-extern CCdCdrwinToc g_cdrwinToc;
-extern CCdCdrwinData g_cdrwinData;
-extern CCdExtentSub g_cdrwinSub;
+// Describes the sheet at path and its files; 0, or -1 after the log line naming the reason.
+int describeCueSheet(const char* path, DiscDescription& disc);
 
 }  // namespace lumadisc

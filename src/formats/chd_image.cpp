@@ -1,61 +1,36 @@
 #include "formats/chd_image.h"
 
+#include <algorithm>
 #include <cstring>
+#include <memory>
 
 #include "config/log.h"
 #include "formats/chd_cd_codec.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
 namespace {
 
-// The sectors of a track type stored as user data only get their header, subheader and EDC/ECC back.
-void frameSector(ChdTrackType type, Lba lba, const uint8_t* stored, uint8_t* sector) {
+// How a track type's stored frames become sectors, and what its unstored gaps are.
+SectorForm storedForm(ChdTrackType type) {
     switch (type) {
-    case ChdTrackType::kMode1:
-        std::memset(sector, 0, kRawSectorSize);
-        std::memcpy(sector + kMode1DataOffset, stored, kForm1UserSize);
-        completeMode1Sector(sector, lba);
-        return;
-    case ChdTrackType::kMode2Form1:
-    case ChdTrackType::kMode2Form2: {
-        const bool form2 = type == ChdTrackType::kMode2Form2;
-        std::memset(sector, 0, kRawSectorSize);
-        writeSubheader(sector, 0, 0, form2 ? 0x20 : 0x08, 0);
-        std::memcpy(sector + kMode2DataOffset, stored, form2 ? kForm2UserSize : kForm1UserSize);
-        completeMode2Sector(sector, lba);
-        return;
-    }
+    case ChdTrackType::kMode1: return SectorForm::kMode1User;
+    case ChdTrackType::kMode2Form1: return SectorForm::kForm1User;
+    case ChdTrackType::kMode2Form2: return SectorForm::kForm2User;
     case ChdTrackType::kMode2:
-    case ChdTrackType::kMode2FormMix:
-        writeSectorHeader(sector, lba, 2);
-        std::memcpy(sector + kSubheaderOffset, stored, kMode2UserSize);
-        return;
-    case ChdTrackType::kAudio:
-        // Stored big-endian; CD audio is little-endian.
-        for (int i = 0; i < kRawSectorSize; i += 2) {
-            sector[i] = stored[i + 1];
-            sector[i + 1] = stored[i];
-        }
-        return;
+    case ChdTrackType::kMode2FormMix: return SectorForm::kMode2User;
+    case ChdTrackType::kAudio: return SectorForm::kAudioSwapped;  // stored big-endian
     case ChdTrackType::kMode1Raw:
-    case ChdTrackType::kMode2Raw:
-        std::memcpy(sector, stored, kRawSectorSize);
-        return;
+    case ChdTrackType::kMode2Raw: break;
     }
+    return SectorForm::kRaw;
 }
 
-// A pregap or postgap that is not stored: silence, or an empty data sector of the track's mode.
-void gapSector(ChdTrackType type, Lba lba, uint8_t* sector) {
-    std::memset(sector, 0, kRawSectorSize);
-    if (chdTrackIsAudio(type)) return;
-    if (type == ChdTrackType::kMode1 || type == ChdTrackType::kMode1Raw) {
-        writeSectorHeader(sector, lba, 1);
-        fillMode1EdcEcc(sector);
-        return;
-    }
-    writeSectorHeader(sector, lba, 2);
-    fillForm1EdcEcc(sector);
+SectorForm gapForm(ChdTrackType type) {
+    if (chdTrackIsAudio(type)) return SectorForm::kSilence;
+    if (type == ChdTrackType::kMode1 || type == ChdTrackType::kMode1Raw) return SectorForm::kEmptyMode1;
+    return SectorForm::kEmptyMode2;
 }
 
 }  // namespace
@@ -63,6 +38,7 @@ void gapSector(ChdTrackType type, Lba lba, uint8_t* sector) {
 bool ChdImage::open(const char* path, std::string* reason) {
     close();
     if (!file_.open(path, reason)) return false;
+    path_ = path;
     if (!chdLayoutTracks(file_.metadata(), file_.logicalBytes() / kChdFrameSize, &tracks_, reason)) {
         close();
         return false;
@@ -75,36 +51,30 @@ void ChdImage::close() {
     file_.close();
     tracks_.clear();
     cache_.release();
+    path_.clear();
 }
 
-bool ChdImage::hasSubchannel() const {
+Lba ChdImage::sectorOfFrame(uint64_t frame) const {
     for (const ChdTrack& track : tracks_) {
-        if (track.sub == ChdSubType::kRaw) return true;
+        if (frame >= static_cast<uint64_t>(track.imageFrame) &&
+            frame < static_cast<uint64_t>(track.imageFrame) + static_cast<uint64_t>(track.frames)) {
+            return track.storedStart + static_cast<Lba>(frame - static_cast<uint64_t>(track.imageFrame));
+        }
     }
-    return false;
+    return -1;
 }
 
-const ChdTrack* ChdImage::trackAt(Lba lba) const {
-    for (const ChdTrack& track : tracks_) {
-        if (lba >= track.gapStart && lba < track.end) return &track;
-    }
-    return nullptr;
-}
-
-const uint8_t* ChdImage::frameAt(const ChdTrack& track, Lba lba, bool* failed) {
-    *failed = false;
-    if (lba < track.storedStart || lba >= track.storedStart + track.frames) return nullptr;
-    const uint64_t frame = static_cast<uint64_t>(track.imageFrame + (lba - track.storedStart));
+const uint8_t* ChdImage::frame(uint64_t frame) {
     const uint32_t framesPerHunk = file_.hunkBytes() / kChdFrameSize;
+    if (framesPerHunk == 0) return nullptr;
     const uint32_t hunk = static_cast<uint32_t>(frame / framesPerHunk);
     const uint8_t* bytes = cache_.find(hunk);
     if (!bytes) {
         uint8_t* slot = cache_.claim(hunk);
         std::string reason;
         if (!slot || !file_.readHunk(hunk, slot, &reason)) {
-            logWrite(kLogPlugin, "[CDR] Error: chd sector %i unreadable: %s.\n", lba,
+            logWrite(kLogPlugin, "[CDR] Error: chd sector %i unreadable: %s.\n", sectorOfFrame(frame),
                      slot ? reason.c_str() : "no hunk memory");
-            *failed = true;
             return nullptr;
         }
         cache_.keep(hunk);
@@ -113,28 +83,74 @@ const uint8_t* ChdImage::frameAt(const ChdTrack& track, Lba lba, bool* failed) {
     return bytes + (frame % framesPerHunk) * kChdFrameSize;
 }
 
-int ChdImage::readSector(Lba lba, uint8_t* sector) {
-    const ChdTrack* track = trackAt(lba);
-    if (!track) return 0;
-    bool failed = false;
-    const uint8_t* frame = frameAt(*track, lba, &failed);
-    if (failed) return -1;
-    if (frame) frameSector(track->type, lba, frame, sector);
-    else gapSector(track->type, lba, sector);
-    return 0;
+size_t ChdImage::readAt(int64_t offset, size_t size, uint8_t* out) {
+    failed_ = false;
+    if (offset < 0 || !file_.isOpen()) return 0;
+    const uint64_t total = file_.logicalBytes() / kChdFrameSize * kChdFrameSize;
+    size_t done = 0;
+    while (done < size) {
+        const uint64_t at = static_cast<uint64_t>(offset) + done;
+        if (at >= total) break;
+        const uint8_t* bytes = frame(at / kChdFrameSize);
+        if (!bytes) {
+            failed_ = true;
+            break;
+        }
+        const size_t within = static_cast<size_t>(at % kChdFrameSize);
+        const size_t piece = std::min(size - done, static_cast<size_t>(kChdFrameSize) - within);
+        std::memcpy(out + done, bytes + within, piece);
+        done += piece;
+    }
+    return done;
 }
 
-bool ChdImage::readSubchannel(Lba lba, uint8_t* block) {
-    const ChdTrack* track = trackAt(lba);
-    if (!track || track->sub != ChdSubType::kRaw) return false;
-    bool failed = false;
-    const uint8_t* frame = frameAt(*track, lba, &failed);
-    if (!frame) return false;
-    uint8_t candidate[kSubchannelSize];
-    deinterleaveSubchannel(frame + kRawSectorSize, candidate);
-    if (!qCrcValid(candidate + kSubchannelQOffset)) return false;
-    std::memcpy(block, candidate, kSubchannelSize);
-    return true;
+int describeChd(const char* path, DiscDescription& disc) {
+    auto image = std::make_shared<ChdImage>();
+    std::string reason;
+    if (!image->open(path, &reason)) {
+        logWrite(kLogPlugin, "[CDR] Error: chd image not opened (%s): %s.\n", path, reason.c_str());
+        return -1;
+    }
+    ExtentTable& extents = disc.extents;
+    const int32_t file = extents.addSource(image);
+    for (const ChdTrack& track : image->tracks()) {
+        const bool audio = chdTrackIsAudio(track.type);
+        Extent e;
+        e.track = static_cast<uint8_t>(track.number);
+        e.type = audio ? kTrackAudio : kTrackData;
+        e.control = audio ? 0 : kControlData;
+        e.trackStart = track.start;
+        const auto generated = [&](Lba from, Lba to, uint8_t index) {
+            Extent gap = e;
+            gap.start = from;
+            gap.count = to - from;
+            gap.index = index;
+            gap.form = gapForm(track.type);
+            extents.append(gap);
+        };
+        const Lba storedEnd = track.storedStart + track.frames;
+        generated(track.gapStart, track.storedStart, 0);  // an unstored pregap
+        Extent stored = e;
+        stored.file = file;
+        stored.offset = track.imageFrame * kChdFrameSize;
+        stored.stride = kChdFrameSize;
+        stored.form = storedForm(track.type);
+        stored.subForm = track.sub == ChdSubType::kRaw ? SubForm::kInterleaved : SubForm::kNone;
+        stored.subOffset = kRawSectorSize;
+        if (track.start > track.storedStart) {  // a stored pregap opens the frames
+            Extent gap = stored;
+            gap.start = track.storedStart;
+            gap.count = track.start - track.storedStart;
+            gap.index = 0;
+            extents.append(gap);
+            stored.offset += static_cast<int64_t>(gap.count) * kChdFrameSize;
+        }
+        stored.start = std::max(track.start, track.storedStart);
+        stored.count = storedEnd - stored.start;
+        extents.append(stored);
+        generated(storedEnd, track.end, 1);  // the postgap
+    }
+    return 0;
 }
 
 }  // namespace lumadisc

@@ -5,12 +5,11 @@
 #include <cstdio>
 
 #include "config/log.h"
+#include "support/regular_file.h"
 #include "support/paths.h"
 
 namespace lumadisc {
 
-CCdClonecdToc g_clonecdToc;
-CCdClonecdData g_clonecdData;
 CCdClonecdSub g_clonecdSub;
 
 namespace {
@@ -23,7 +22,9 @@ constexpr size_t kKeyCapacity = 4096;
 
 }  // namespace
 
-int clonecdReadControl(const char* path, TrackTable& table) {
+int clonecdReadControl(const char* path, TrackTable& table, std::vector<Lba>* gapStarts) {
+    // Only a file is handed to the INI library, which would wait on a pipe.
+    if (!isReadableRegularFile(path, nullptr)) return -1;
     dictionary* ini = iniparser_load(path);
     if (ini == nullptr) return -1;
     char key[kKeyCapacity];
@@ -34,21 +35,27 @@ int clonecdReadControl(const char* path, TrackTable& table) {
         std::snprintf(key, sizeof key, "TRACK %i:MODE", track);
         const int mode = iniparser_getint(ini, key, kDataTrackMode);
         table.append(mode == kDataTrackMode ? kTrackData : kTrackAudio, start);
+        if (gapStarts) {
+            std::snprintf(key, sizeof key, "TRACK %i:INDEX 0", track);
+            gapStarts->push_back(iniparser_getint(ini, key, start));
+        }
     }
     iniparser_freedict(ini);
     return 0;
 }
 
-int CCdClonecdToc::open(const char* path) {
-    table_.clear();
+int describeCloneCd(const char* path, DiscDescription& disc) {
+    TrackTable rows;
     char dataPath[kPathCapacity];
     const bool haveDataPath = companionPathOf(path, ".img", dataPath);
-    table_.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
-    if (clonecdReadControl(path, table_) != 0) {
+    rows.appendLeadOut(haveDataPath ? ImageFile::sizeOf(dataPath) : -1, kRawSectorSize);
+    TrackRowsFile file;
+    file.path = dataPath;
+    if (clonecdReadControl(path, rows, &file.gapStarts) != 0) {
         logWrite(kLogPlugin, "[CDR] Error: toc file not opened (%s).\n", path);
         return -1;
     }
-    return 0;
+    return describeRowsOrRefuse(path, rows, file, disc);
 }
 
 int CCdClonecdSub::open(const char* path) {

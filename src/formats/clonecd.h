@@ -4,27 +4,23 @@
 // whatever image is open.
 #pragma once
 
+#include <vector>
+
 #include "disc/reader_interfaces.h"
-#include "disc/table_toc.h"
+#include "disc/track_table.h"
 #include "formats/companion_file.h"
+#include "formats/extent_disc.h"
 
 namespace lumadisc {
 
 // Loads the control file at path and appends one row per track "TRACK 1", "TRACK 2", ... (up to 99,
 // stopping at the first track without an "INDEX 1" key); row 0 is not touched. -1 when the INI
-// library cannot load the file.
-int clonecdReadControl(const char* path, TrackTable& table);
+// library cannot load the file. gapStarts, when given, receives each track's "INDEX 0" (its own start
+// when it has none).
+int clonecdReadControl(const char* path, TrackTable& table, std::vector<Lba>* gapStarts = nullptr);
 
-class CCdClonecdToc final : public CCdTableToc {
-public:
-    CCdClonecdToc() : CCdTableToc(false) {}
-    int open(const char* path) override;
-};
-
-class CCdClonecdData final : public CCdSectorFileData {
-public:
-    CCdClonecdData() : CCdSectorFileData(".img", kRawSectorSize, "[CDR] Error: data file not opened (%s).\n") {}
-};
+// Describes the control file at path and its ".img" (2352-byte sectors); 0, or -1 after its log line.
+int describeCloneCd(const char* path, DiscDescription& disc);
 
 class CCdClonecdSub final : public CCdVirtualSub {
 public:
@@ -36,8 +32,6 @@ private:
     ImageFile file_;
 };
 
-extern CCdClonecdToc g_clonecdToc;
-extern CCdClonecdData g_clonecdData;
 extern CCdClonecdSub g_clonecdSub;
 
 }  // namespace lumadisc

@@ -11,6 +11,34 @@ namespace {
 
 constexpr uint8_t kSubmodeForm2 = 0x20;
 
+// An image file as a source of extent bytes.
+class ImageFileSource final : public ExtentSource {
+public:
+    bool open(const std::string& path) { return file_.open(path.c_str()); }
+    size_t readAt(int64_t offset, size_t size, uint8_t* out) override { return file_.readAt(offset, size, out); }
+    bool readFailed() const override { return file_.readFailed(); }
+    const char* name() const override { return file_.path(); }
+
+private:
+    ImageFile file_;
+};
+
+// A sound file as a source of decoded bytes; beyond its decoded length it reads nothing.
+class SoundFileSource final : public ExtentSource {
+public:
+    bool open(const std::string& path, std::string* reason) {
+        path_ = path;
+        return sound_.open(path, reason);
+    }
+    size_t readAt(int64_t offset, size_t size, uint8_t* out) override { return sound_.readAt(offset, size, out); }
+    bool readFailed() const override { return false; }
+    const char* name() const override { return path_.c_str(); }
+
+private:
+    AudioFile sound_;
+    std::string path_;
+};
+
 }  // namespace
 
 int CCdExtentData::open(const char*) {
@@ -18,43 +46,40 @@ int CCdExtentData::open(const char*) {
     warnedEnd_ = false;
     for (int32_t i = 0; i < table_.fileCount(); ++i) {
         const std::string& path = table_.filePath(i);
-        if (table_.fileDecoded(i)) {
-            auto sound = std::make_unique<AudioFile>();
+        if (table_.fileSource(i)) {
+            sources_.push_back(table_.fileSource(i));
+        } else if (table_.fileDecoded(i)) {
+            auto sound = std::make_shared<SoundFileSource>();
             std::string reason;
             if (!sound->open(path, &reason)) {
                 logWrite(kLogPlugin, "[CDR] Error: audio file not opened (%s): %s.\n", path.c_str(), reason.c_str());
                 close();
                 return -1;
             }
-            sounds_.push_back(std::move(sound));
-            files_.push_back(nullptr);
+            sources_.push_back(std::move(sound));
         } else {
-            auto file = std::make_unique<ImageFile>();
-            if (!file->open(path.c_str())) {
+            auto file = std::make_shared<ImageFileSource>();
+            if (!file->open(path)) {
                 logWrite(kLogPlugin, "[CDR] Error: data file not opened (%s).\n", path.c_str());
                 close();
                 return -1;
             }
-            files_.push_back(std::move(file));
-            sounds_.push_back(nullptr);
+            sources_.push_back(std::move(file));
         }
     }
     return 0;
 }
 
-void CCdExtentData::close() {
-    files_.clear();
-    sounds_.clear();
-}
+void CCdExtentData::close() { sources_.clear(); }
 
 size_t CCdExtentData::readFile(size_t file, int64_t at, size_t size, uint8_t* out, Lba lba) {
-    const ImageFile& f = *files_[file];
-    const size_t got = f.readAt(at, size, out);
-    if (f.readFailed()) {
+    ExtentSource& source = *sources_[file];
+    const size_t got = source.readAt(at, size, out);
+    if (source.readFailed()) {
         failed_ = true;
     } else if (got < size && !warnedEnd_) {
         warnedEnd_ = true;
-        logWrite(kLogPlugin, "[CDR] Warning: sector %i lies past the end of the data file (%s).\n", lba, f.path());
+        logWrite(kLogPlugin, "[CDR] Warning: sector %i lies past the end of the data file (%s).\n", lba, source.name());
     }
     return got;
 }
@@ -65,31 +90,31 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
     failed_ = false;
     const int64_t at = e->offset + static_cast<int64_t>(lba - e->start) * e->stride;
     const size_t file = static_cast<size_t>(e->file);
-    const bool haveFile = e->file >= 0 && file < files_.size();
+    const bool haveFile = e->file >= 0 && file < sources_.size();
     switch (e->form) {
     case SectorForm::kRaw:
     case SectorForm::kAudio:
-        if (haveFile && files_[file]) readFile(file, at, kRawSectorSize, sector, lba);
+        if (haveFile) readFile(file, at, kRawSectorSize, sector, lba);
         break;
     case SectorForm::kAudioSwapped:
-        if (haveFile && files_[file]) {
+        if (haveFile) {
             const size_t got = readFile(file, at, kRawSectorSize, sector, lba);
             for (size_t i = 0; i + 1 < got; i += 2) std::swap(sector[i], sector[i + 1]);
         }
         break;
     case SectorForm::kDecodedAudio: {
         std::memset(sector, 0, kRawSectorSize);
-        if (haveFile && sounds_[file]) sounds_[file]->readAt(at, kRawSectorSize, sector);
+        if (haveFile) sources_[file]->readAt(at, kRawSectorSize, sector);
         break;
     }
     case SectorForm::kMode1User:
         std::memset(sector, 0, kRawSectorSize);
-        if (haveFile && files_[file]) readFile(file, at, kForm1UserSize, sector + kMode1DataOffset, lba);
+        if (haveFile) readFile(file, at, kForm1UserSize, sector + kMode1DataOffset, lba);
         completeMode1Sector(sector, lba);
         break;
     case SectorForm::kMode2User:
         std::memset(sector, 0, kRawSectorSize);
-        if (haveFile && files_[file]) readFile(file, at, kMode2UserSize, sector + kSubheaderOffset, lba);
+        if (haveFile) readFile(file, at, kMode2UserSize, sector + kSubheaderOffset, lba);
         completeMode2Sector(sector, lba);
         break;
     case SectorForm::kForm1User:
@@ -97,7 +122,7 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
         const bool form2 = e->form == SectorForm::kForm2User;
         std::memset(sector, 0, kRawSectorSize);
         writeSubheader(sector, 0, 0, form2 ? kSubmodeForm2 : 0x08, 0);
-        if (haveFile && files_[file]) {
+        if (haveFile) {
             readFile(file, at, static_cast<size_t>(form2 ? kForm2UserSize : kForm1UserSize), sector + kMode2DataOffset,
                      lba);
         }
@@ -119,7 +144,24 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
     return failed_ ? -1 : 0;
 }
 
+bool CCdExtentData::readStoredSubchannel(Lba lba, uint8_t* block) {
+    const Extent* e = table_.find(lba);
+    if (e == nullptr || e->subForm == SubForm::kNone || e->file < 0) return false;
+    const size_t file = static_cast<size_t>(e->file);
+    if (file >= sources_.size()) return false;
+    const int64_t at = e->offset + static_cast<int64_t>(lba - e->start) * e->stride + e->subOffset;
+    uint8_t stored[kSubchannelSize];
+    if (sources_[file]->readAt(at, kSubchannelSize, stored) != kSubchannelSize) return false;
+    uint8_t candidate[kSubchannelSize];
+    if (e->subForm == SubForm::kInterleaved) deinterleaveSubchannel(stored, candidate);
+    else std::memcpy(candidate, stored, kSubchannelSize);
+    if (!qCrcValid(candidate + kSubchannelQOffset)) return false;
+    std::memcpy(block, candidate, kSubchannelSize);
+    return true;
+}
+
 int CCdExtentSub::read(Lba lba, uint8_t* block) {
+    if (useStored_ && data_.readStoredSubchannel(lba, block)) return 0;
     table_.fillSubchannel(lba, block);
     return 0;
 }

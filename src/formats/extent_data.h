@@ -25,27 +25,36 @@ public:
     // 0, or -1 when the file read meets an I/O error (logged with the file and the error).
     int read(Lba lba, uint8_t* sector) override;
 
+    // The subchannel the image stores for lba, de-interleaved, when the extent holding it carries
+    // one with a valid Q CRC; false (block untouched) otherwise.
+    bool readStoredSubchannel(Lba lba, uint8_t* block);
+
 private:
-    // Reads from file `file` of the table, noting an I/O error and the first read past its end.
+    // Reads from source `file` of the table, noting an I/O error and the first read past its end.
     size_t readFile(size_t file, int64_t at, size_t size, uint8_t* out, Lba lba);
 
     const ExtentTable& table_;
     bool failed_ = false;
     bool warnedEnd_ = false;
-    std::vector<std::unique_ptr<ImageFile>> files_;
-    std::vector<std::unique_ptr<AudioFile>> sounds_;
+    std::vector<std::shared_ptr<ExtentSource>> sources_;
 };
 
-// The generated subchannel of an extent table: track, index and relative time of every sector.
+// The subchannel of an extent table: what the image stores for a sector when it stores a valid one
+// and stored blocks are asked for, otherwise the table's generated block (track, index and relative
+// time of every sector).
 class CCdExtentSub final : public CCdVirtualSub {
 public:
-    explicit CCdExtentSub(const ExtentTable& table) : table_(table) {}
+    CCdExtentSub(const ExtentTable& table, CCdExtentData& data) : table_(table), data_(data) {}
     int open(const char*) override { return 0; }
     void close() override {}
+    // Whether the blocks the image stores are read (on when the settings ask for real subchannel data).
+    void useStored(bool on) { useStored_ = on; }
     int read(Lba lba, uint8_t* block) override;
 
 private:
     const ExtentTable& table_;
+    CCdExtentData& data_;
+    bool useStored_ = false;
 };
 
 }  // namespace lumadisc

@@ -10,6 +10,7 @@
 #include <new>
 
 #include "config/log.h"
+#include "support/regular_file.h"
 
 namespace lumadisc {
 
@@ -17,16 +18,17 @@ ImageFile::~ImageFile() { close(); }
 
 bool ImageFile::open(const char* path) {
     close();
-    do {
-        fd_ = ::open(path, O_RDONLY | O_CLOEXEC);
-    } while (fd_ < 0 && errno == EINTR);
-    if (fd_ < 0) return false;
-    path_ = path;
-    struct stat status {};
-    if (fstat(fd_, &status) != 0 || S_ISDIR(status.st_mode)) {
-        close();
+    std::string why;
+    fd_ = openRegularFile(path, &why);
+    if (fd_ < 0) {
+        // A missing file or a directory is the caller's to report; a pipe, socket or device where a file
+        // belongs is named here, since no caller expects one.
+        if (why.find("FIFO") != std::string::npos || why.find("socket") != std::string::npos ||
+            why.find("device") != std::string::npos)
+            logWrite(kLogPlugin, "[CDR] Error: %s is %s.\n", path, why.c_str());
         return false;
     }
+    path_ = path;
     return true;
 }
 

@@ -13,7 +13,7 @@
 #include "facade/plugin_lifetime.h"
 #include "lumadisc/host_api.h"
 #include "plugin/hot_keys.h"
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 namespace lumadisc {
 namespace {
@@ -178,20 +178,24 @@ long CDRgetStatus(struct CdrStat* stat) {
 
 long CDRreadCDDA(unsigned char minute, unsigned char second, unsigned char frame, unsigned char* buffer) {
     logWrite(kLogPlugin, "[CDR] CDRreadCDDA(%i, %i, %i).\n", minute, second, frame);
+    if (!buffer) return -1;
     g_cdrom.setLoc(lbaFromMsf(minute, second, frame));
-    g_cdrom.readData();
+    // A sector that cannot be read is a failure here as in CDRreadTrack; the buffer then holds what
+    // the reader area holds.
+    const long result = g_cdrom.readData() < 0 ? -1 : 0;
     uint8_t* sector = CDRgetBuffer() - kSectorHeaderOffset;
-    if (buffer) std::memcpy(buffer, sector, kRawSectorSize);
-    return 0;
+    std::memcpy(buffer, sector, kRawSectorSize);
+    return result;
 }
 
 long CDRgetTE(unsigned char track, unsigned char* minute, unsigned char* second, unsigned char* frame) {
     logWrite(kLogPlugin, "[CDR] CDRgetTE(%i).\n", track);
+    if (!minute || !second || !frame) return -1;
     uint8_t msf[3] = {0, 0, 0};
     g_cdrom.getTD(static_cast<uint8_t>(track + 1), msf);
-    if (minute) *minute = msf[0];
-    if (second) *second = msf[1];
-    if (frame) *frame = msf[2];
+    *minute = msf[0];
+    *second = msf[1];
+    *frame = msf[2];
     return 0;
 }
 

@@ -9,8 +9,8 @@
 #include "config/settings.h"
 #include "facade/cdrom_control.h"
 #include "reader/cd_read.h"
-#include "support/input_devices.h"
-#include "support/key_combo.h"
+#include "input/input_devices.h"
+#include "input/key_combo.h"
 #include "support/paths.h"
 
 namespace lumadisc {

@@ -5,16 +5,11 @@
 #include "config/log.h"
 #include "config/settings.h"
 #include "disc/auto_sub.h"
-#include "drive/cdrom_drive.h"
-#include "formats/cdrwin.h"
-#include "formats/alcohol120.h"
-#include "formats/cdrdao.h"
-#include "formats/cdrdao_text.h"
-#include "formats/sbi.h"
-#include "formats/chd.h"
 #include "formats/clonecd.h"
-#include "formats/executable_disc.h"
-#include "formats/null_disc.h"
+#include "formats/extent_disc.h"
+#include "formats/sbi.h"
+#include "reader/disc_kinds.h"
+#include "reader/read_layers.h"
 #include "reader/sector_cache.h"
 #include "support/paths.h"
 
@@ -27,22 +22,6 @@ std::mutex& cdromMutex() {
     return mutex;
 }
 
-namespace {
-constexpr const char* kNoDiscPath = "No CD (bios shell)";
-}
-
-DiscType discTypeOfPath(const char* path) {
-    if (std::strcmp(path, kNoDiscPath) == 0) return kDiscNone;
-    if (std::strchr(path, '.') == nullptr) return kDiscDrive;
-    if (endsWithNoCase(path, ".cue")) return kDiscCue;
-    if (endsWithNoCase(path, ".ccd")) return kDiscCcd;
-    if (endsWithNoCase(path, ".toc")) return kDiscToc;
-    if (endsWithNoCase(path, ".mds")) return kDiscMds;
-    if (endsWithNoCase(path, ".exe")) return kDiscExecutable;
-    if (endsWithNoCase(path, ".chd")) return kDiscChd;
-    return kDiscUnknown;
-}
-
 int CCdRead::init() {
     logWrite(kLogPlugin, "[CDR] CCdRead::init().\n");
     return 0;
@@ -50,123 +29,88 @@ int CCdRead::init() {
 
 void CCdRead::shutdown() { logWrite(kLogPlugin, "[CDR] CCdRead::shutdown().\n"); }
 
-bool CCdRead::bindKind(DiscType kind, const char* path) {
-    ownSubDescribesDisc_ = false;
-    switch (kind) {
-    case kDiscCue:
-        toc_ = &g_cdrwinToc;
-        data_ = &g_cdrwinData;
-        sub_ = &g_cdrwinSub;
-        ownSubDescribesDisc_ = true;
-        return true;
-    case kDiscNone:
-        toc_ = &g_nullToc;
-        data_ = &g_nullData;
-        sub_ = &g_nullSub;
-        return true;
-    case kDiscExecutable:
-        toc_ = &g_autoToc;
-        data_ = &g_executableData;
-        sub_ = &g_autoSub;
-        return true;
-    case kDiscCcd:
-        toc_ = &g_clonecdToc;
-        data_ = &g_clonecdData;
-        sub_ = &g_clonecdSub;
-        return true;
-    case kDiscMds:
-        toc_ = &g_alcohol120Toc;
-        data_ = &g_alcohol120Data;
-        sub_ = &g_alcohol120Sub;
-        return true;
-    case kDiscToc:
-        // Text TOC files and full-TOC files share the extension; their first bytes tell them apart.
-        if (isTextTocFile(path)) {
-            toc_ = &g_cdrdaoTextToc;
-            data_ = &g_cdrdaoTextData;
-            sub_ = &g_cdrdaoTextSub;
-            ownSubDescribesDisc_ = true;
-            return true;
-        }
-        toc_ = &g_cdrdaoToc;
-        data_ = &g_cdrdaoData;
-        sub_ = &g_cdrdaoSub;
-        return true;
-    case kDiscDrive:
-        toc_ = &g_cdromToc;
-        data_ = &g_cdromData;
-        sub_ = &g_cdromSub;
-        return true;
-    case kDiscChd:
-        toc_ = &g_chdToc;
-        data_ = &g_chdData;
-        sub_ = &g_chdSub;
-        return true;
-    default:
-        logWrite(kLogPlugin, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kind));
+bool CCdRead::bindKind(const char* path) {
+    const DiscKind* kind = discKindOf(path);
+    if (kind == nullptr) {
+        logWrite(kLogPlugin, "[CDR] Error: unknown cd type: %i.\n", static_cast<int>(kDiscUnknown));
         return false;
     }
+    extentKind_ = kind->describe != nullptr;
+    if (extentKind_) {
+        g_extentToc.bind(kind->describe);
+        toc_ = &g_extentToc;
+        data_ = &g_extentData;
+        sub_ = &g_extentSub;
+    } else {
+        toc_ = kind->toc;
+        data_ = kind->data;
+        sub_ = kind->sub;
+    }
+    return true;
 }
 
 void CCdRead::chooseSubchannelSource(const char* path) {
-    if (!g_settings.readsubchannels) {
-        sub_ = &g_autoSub;
-        sub_->open(path);
-        return;
-    }
-    if (g_clonecdSub.open(path) == 0) {
+    // A ".sub" file beside the image comes first when real subchannel data is asked for; then what
+    // the image stores itself, and otherwise the generated block. A disc laid out as extents
+    // generates the block from its table (track, index, relative time); the other kinds generate
+    // one data track.
+    if (g_settings.readsubchannels && g_clonecdSub.open(path) == 0) {
         sub_ = &g_clonecdSub;
         return;
     }
-    // The kind's own source is opened in passing; every disc without a ".sub" file is served by
-    // the generated subchannel, so the kind's source is closed again at once. A compressed image
-    // is the exception: the subchannel data it stores (when it stores any) is the disc's own.
-    CCdVirtualSub* own = sub_;
-    if (own->open(path) == 0) {
-        // Kinds laid out as an extent table describe every sector's track and index themselves.
-        if (ownSubDescribesDisc_ || own == &g_chdSub) return;
-        own->close();
+    if (extentKind_) {
+        g_extentSub.useStored(g_settings.readsubchannels != 0);
+        sub_ = &g_extentSub;
+        return;
     }
     sub_ = &g_autoSub;
     sub_->open(path);
 }
 
 int CCdRead::open(const char* path) {
-    if (toc_ || cachesBuilt_) close();  // a disc swap: the previous disc is released first
+    if (toc_) close();  // a disc swap: the previous disc is released first
     logWrite(kLogPlugin, "[CDR] CCdRead::open().\n");
-    if (!bindKind(discTypeOfPath(path), path)) return -1;
-    if (toc_->open(path) != 0) return -1;
-    if (data_->open(path) != 0) return -1;
+    if (!bindKind(path)) return -1;
+    if (toc_->open(path) != 0 || data_->open(path) != 0) {
+        // Nothing stays half-open: the kind's readers are closed and unbound.
+        releaseReaders();
+        return -1;
+    }
     chooseSubchannelSource(path);
+    // The layers, bottom up (see read_layers.h).
     if (g_subPatch.load(path)) {
         g_subPatch.wrap(sub_);
         sub_ = &g_subPatch;
     }
-    loc_ = 0;
-    std::memset(area_, 0, sizeof area_);
-    if (g_settings.ppfpatching) patch_.load(path);
+    if (g_settings.ppfpatching && patchedData_.load(path)) {
+        patchedData_.wrap(data_);
+        data_ = &patchedData_;
+    }
     if (g_settings.caching) {
         cacheDataInit(g_settings.cachinglevel);
         cacheSubInit(g_settings.cachinglevel);
-        cachesBuilt_ = true;
+        cachedData_.wrap(data_);
+        data_ = &cachedData_;
+        cachedSub_.wrap(sub_);
+        sub_ = &cachedSub_;
     }
+    loc_ = 0;
+    std::memset(area_, 0, sizeof area_);
     return 0;
 }
 
 void CCdRead::close() {
     logWrite(kLogPlugin, "[CDR] CCdRead::close().\n");
+    releaseReaders();
+}
+
+void CCdRead::releaseReaders() {
     if (toc_) toc_->close();
     if (data_) data_->close();
     if (sub_) sub_->close();
     toc_ = nullptr;
     data_ = nullptr;
     sub_ = nullptr;
-    patch_.release();
-    if (cachesBuilt_) {
-        cacheDataRelease();
-        cacheSubRelease();
-        cachesBuilt_ = false;
-    }
 }
 
 int CCdRead::getDiscType() {
@@ -174,20 +118,18 @@ int CCdRead::getDiscType() {
     return toc_ ? toc_->getDiscType() : -1;
 }
 
+// The reader's answer reaches the faces: -1 without a disc or a track, so that the classic face
+// reports the failure and the controller gives its error answer.
 int CCdRead::getTN(uint8_t* buffer) {
     logWrite(kLogPlugin, "[CDR] CCdRead::getTN().\n");
-    if (toc_) toc_->getTN(buffer);
-    return 0;
+    return toc_ ? toc_->getTN(buffer) : -1;
 }
 
 int CCdRead::getTD(uint8_t track, uint8_t* buffer) {
     logWrite(kLogPlugin, "[CDR] CCdRead::getTD(%i).\n", track);
-    if (toc_) {
-        toc_->getTD(track, buffer);
-    } else {
-        buffer[0] = buffer[1] = buffer[2] = 0;
-    }
-    return 0;
+    if (toc_) return toc_->getTD(track, buffer);
+    buffer[0] = buffer[1] = buffer[2] = 0;
+    return -1;
 }
 
 int CCdRead::setLoc(Lba lba) {
@@ -210,25 +152,18 @@ int CCdRead::readData() { return readDataInto(area_); }
 
 int CCdRead::readDataInto(uint8_t* sector) {
     logWrite(kLogPlugin, "[CDR] CCdRead::readData().\n");
-    int32_t result = 0;
-    if (cachesBuilt_ && g_settings.caching && cacheDataLookup(loc_, sector, &result) == 0) return result;
     if (!data_) return -1;  // no disc open: the sector keeps what it holds
-    result = data_->read(loc_, sector);
-    if (g_settings.ppfpatching) patch_.apply(loc_, sector);
-    if (cachesBuilt_ && g_settings.caching) cacheDataStore(loc_, sector, result);
-    return result;
+    return data_->read(loc_, sector);
 }
 
 int CCdRead::readSubs() {
     logWrite(kLogPlugin, "[CDR] CCdRead::readSubs().\n");
     uint8_t* block = area_ + kRawSectorSize;
     generateSubchannel(loc_, block);
-    int32_t result = 0;
-    if (cachesBuilt_ && g_settings.caching && cacheSubLookup(loc_, block, &result) == 0) return result;
     if (!sub_) return 0;
-    result = sub_->read(loc_, block);
-    if (result != 0) logWrite(kLogPlugin, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
-    if (cachesBuilt_ && g_settings.caching) cacheSubStore(loc_, block, result);
+    const int result = sub_->read(loc_, block);
+    const bool cached = sub_ == &cachedSub_ && cachedSub_.lastWasCached();
+    if (result != 0 && !cached) logWrite(kLogPlugin, "[CDR] Error: subchannel reading, generate fake subchannels.\n");
     return result;
 }
 

@@ -7,7 +7,7 @@
 
 #include "disc/disc_model.h"
 #include "disc/reader_interfaces.h"
-#include "formats/ppf_patch.h"
+#include "reader/read_layers.h"
 
 namespace lumadisc {
 
@@ -15,9 +15,6 @@ namespace lumadisc {
 // every reader operation made through the facade, the CD audio streaming thread for each sector it
 // plays, and a disc swap for the reopening; nobody waits for another thread while holding it.
 std::mutex& cdromMutex();
-
-// The kind a path selects, by the rules of the reader front.
-DiscType discTypeOfPath(const char* path);
 
 class CCdRead {
 public:
@@ -45,17 +42,19 @@ public:
     bool isOpen() const { return toc_ != nullptr; }
 
 private:
-    bool bindKind(DiscType kind, const char* path);
+    bool bindKind(const char* path);
+    void releaseReaders();
     void chooseSubchannelSource(const char* path);
 
     CCdVirtualToc* toc_ = nullptr;
     CCdVirtualData* data_ = nullptr;
     CCdVirtualSub* sub_ = nullptr;
-    bool ownSubDescribesDisc_ = false;
+    bool extentKind_ = false;  // the bound kind is described as extents
     Lba loc_ = 0;
-    bool cachesBuilt_ = false;
     alignas(16) uint8_t area_[kRawSectorSize + kSubchannelSize] = {};
-    CCdPpfPatch patch_;
+    CCdPatchedData patchedData_;
+    CCdCachedData cachedData_;
+    CCdCachedSub cachedSub_;
 };
 
 extern CCdRead g_cdRead;

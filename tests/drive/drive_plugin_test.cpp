@@ -44,7 +44,9 @@ TEST_F(DriveHarness, CommandBlocksOfOpenReadAndClose) {
                           Case{1, 5, "00 B1", 5}}) {
         SCOPED_TRACE("speed limit " + std::to_string(c.speedLimit) + ", spin-down " + std::to_string(c.spinDown));
         configure({});
-        ASSERT_EQ(openWith(driveSettings(c.speedLimit, c.spinDown)), 0);
+        auto settings = driveSettings(c.speedLimit, c.spinDown);
+        settings.readSubchannels = false;  // with it on, sectors come with their subchannel (below)
+        ASSERT_EQ(openWith(settings), 0);
         EXPECT_EQ(host().readSector(16).result, 0);
         closePlugin();
         const auto commands = this->commands();
@@ -79,6 +81,20 @@ TEST_F(DriveHarness, CommandBlocksOfOpenReadAndClose) {
         EXPECT_NE(text.find("[CDR] cdromSetSpinDownTime(" + std::to_string(c.spinDown) + ").\n"), std::string::npos);
         EXPECT_NE(text.find("[CDR] cdromSetSpeed(65535).\n"), std::string::npos);
     }
+}
+
+TEST_F(DriveHarness, WithSubchannelReadingASectorAndItsSubchannelAreOneCommand) {
+    configure({});
+    ASSERT_EQ(openWith(driveSettings()), 0);
+    EXPECT_EQ(host().readSector(16).result, 0);
+    closePlugin();
+    std::vector<std::string> reads;
+    for (const auto& command : commands()) {
+        if (command.block[0] == 0xBE) reads.push_back(hexText(command.block) + " / " + std::to_string(command.length));
+    }
+    // The probe of the first track's first sector at open, then sector 16 with its raw P-W subchannel.
+    EXPECT_EQ(reads, (std::vector<std::string>{"BE 00 00 00 00 00 00 00 01 F8 01 00 / 2448",
+                                               "BE 00 00 00 00 10 00 00 01 F8 01 00 / 2448"}));
 }
 
 TEST_F(DriveHarness, TableOfContentsIsLogged) {

@@ -74,17 +74,23 @@ TEST_F(DriveTool, DrivesShowsIdentityAndDisc) {
         DriveSetup setup;
         std::string path;
         int exitCode;
-        std::string line;
+        std::string out, err;
     };
     const std::string device = kDevice;
-    for (const Case& c : {Case{{}, device, 0, device + "  LUMADISC EMULATED DRIVE (revision 1.00)  disc in the drive\n"},
-                          Case{{.noMedium = true}, device, 0, device + "  LUMADISC EMULATED DRIVE (revision 1.00)  no disc\n"},
-                          Case{{}, notADrive, 1, notADrive + ": not an optical drive\nno optical drive found\n"}}) {
+    for (const Case& c : {Case{{}, device, 0, device + "  LUMADISC EMULATED DRIVE (revision 1.00)  disc in the drive\n", ""},
+                          Case{{.noMedium = true}, device, 0, device + "  LUMADISC EMULATED DRIVE (revision 1.00)  no disc\n", ""},
+                          Case{{}, notADrive, 1, "",
+                               "lumadisc: " + notADrive + ": not an optical drive\nlumadisc: no optical drive found\n"}}) {
         configure(c.setup);
         const e2e::ToolResult run = runLumadisc(scratch_, {"drives", c.path});
         EXPECT_EQ(run.exitCode, c.exitCode) << describeRun(run);
-        EXPECT_EQ(run.out, c.line);
+        EXPECT_EQ(run.out, c.out);
+        EXPECT_EQ(run.err, c.err) << "errors go to standard error";
     }
+    // An ordinary file without an extension is no drive to open either.
+    const e2e::ToolResult info = runLumadisc(scratch_, {"info", notADrive});
+    EXPECT_EQ(info.exitCode, 1);
+    EXPECT_NE(info.err.find("kind: unknown (-1)"), std::string::npos) << info.err;
 }
 
 TEST_F(DriveTool, RipCopiesEverySectorAndTheSubchannel) {
@@ -130,25 +136,29 @@ TEST_F(DriveTool, RipThatCannotFinishLeavesNothing) {
     EXPECT_EQ(empty.exitCode, 1) << describeRun(empty);
     EXPECT_NE(empty.err.find("Not ready, Medium not present"), std::string::npos) << empty.err;
 
-    // Interrupted half-way (every read takes a while, so there is time to press Ctrl-C).
+    // Interrupted half-way (every read takes a while, so there is time to press Ctrl-C), by Ctrl-C and by
+    // a SIGTERM: 128 + the signal, and nothing left behind.
     configure({.delayMs = 5});
-    const std::string out = rip("stopped.cue");
-    const pid_t child = e2e::spawnLumadisc({"rip", kDevice, out});
-    ASSERT_GT(child, 0);
-    const std::string part = rip("stopped.bin.part");
-    for (int i = 0; i < 3000; ++i) {
-        std::error_code missing;
-        const auto size = std::filesystem::file_size(part, missing);
-        if (!missing && size > 20 * kRawSectorSize) break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    for (const int signal : {SIGINT, SIGTERM}) {
+        SCOPED_TRACE(signal);
+        const std::string out = rip("stopped.cue");
+        const pid_t child = e2e::spawnLumadisc({"rip", kDevice, out});
+        ASSERT_GT(child, 0);
+        const std::string part = rip("stopped.bin.part");
+        for (int i = 0; i < 3000; ++i) {
+            std::error_code missing;
+            const auto size = std::filesystem::file_size(part, missing);
+            if (!missing && size > 20 * kRawSectorSize) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        kill(child, signal);
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 128 + signal);
+        for (const auto& entry : std::filesystem::directory_iterator(dir()))
+            EXPECT_EQ(entry.path().string().find("stopped"), std::string::npos) << entry.path();
     }
-    kill(child, SIGINT);
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 130);
-    for (const auto& entry : std::filesystem::directory_iterator(dir()))
-        EXPECT_EQ(entry.path().string().find("stopped"), std::string::npos) << entry.path();
     for (const char* name : {"none.cue", "none.bin"}) EXPECT_FALSE(std::filesystem::exists(rip(name))) << name;
     // The drive was given back its speed and spin-down time on the way out.
     const auto commands = this->commands();

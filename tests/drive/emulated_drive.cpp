@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "tools/fixtures/chd_image.h"
+
 namespace lumadisc::drive_test {
 
 void configureDrive(const DriveSetup& setup, const std::string& commandLog) {
@@ -54,7 +56,10 @@ std::string hexText(const std::vector<uint8_t>& bytes) {
 
 void DriveHarness::SetUp() {
     PluginHarness::SetUp();
-    image_ = writeCue(fixtures::CueImageBuilder().addDataTrack(300).addAudioTrack(200, {}, 150).addAudioTrack(100).withSubchannel());
+    // A data track of real data sectors (sync, header, EDC/ECC), as a drive reads them.
+    const auto data = [](Lba lba, int32_t, fixtures::Sector& sector) { sector = fixtures::mixedDataSector(lba); };
+    image_ = writeCue(
+        fixtures::CueImageBuilder().addDataTrack(300, data).addAudioTrack(200, {}, 150).addAudioTrack(100).withSubchannel());
     configure({});
 }
 

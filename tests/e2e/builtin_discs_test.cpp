@@ -10,6 +10,7 @@
 #include "src/disc/cd_utility.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/psx_exe.h"
+#include "tools/fixtures/sector.h"
 
 namespace lumadisc::e2e {
 namespace {
@@ -82,20 +83,21 @@ TEST_F(BuiltinDiscs, ExecutableSectorsFollowTheFile) {
     for (size_t i = exe.size(); i < 78 * kUser + 100; ++i)  // ends 100 bytes into Lba 101
         exe.push_back(fixtures::patternByte(static_cast<Lba>(i / kUser), static_cast<int>(i % kUser)));
     ASSERT_EQ(openExecutable(exe), 0);
-    const struct { Lba lba; long result; std::vector<uint8_t> header; size_t fileOffset, fileBytes; } steps[] = {
-        {23, 0, {0x00, 0x02, 0x23, 0x02}, 0, kUser},       {100, 0, {0x00, 0x03, 0x25, 0x02}, 157696, kUser},
-        {101, 0, {0x00, 0x03, 0x26, 0x02}, 159744, 100},   {767, 0, {0x00, 0x12, 0x17, 0x02}, 0, 0},
-        {5000, 0, {0x01, 0x08, 0x50, 0x02}, 0, 0},         {-1, -1, {}, 0, 0},
-        {-150, -1, {}, 0, 0},
+    // Form 1 sectors with EDC/ECC as the fixture writer makes them: the file's bytes (zeros past its
+    // end), then empty sectors to the end of the volume (Lba 767); outside the disc nothing is written.
+    const struct { Lba lba; size_t fileOffset, fileBytes; uint8_t submode; } steps[] = {
+        {23, 0, kUser, 8}, {100, 157696, kUser, 8}, {101, 159744, 100, 8}, {767, 0, 0, 0}, {5000, 0, 0, 0xFF},
+        {-1, 0, 0, 0xFF}, {-150, 0, 0, 0xFF},
     };
     for (const auto& step : steps) {
         SCOPED_TRACE("LBA " + std::to_string(step.lba));
         std::vector<uint8_t> expected = buffer();
-        EXPECT_EQ(host().readSector(step.lba).result, step.result);
-        if (step.result == 0) {
-            std::copy(step.header.begin(), step.header.end(), expected.begin());
-            std::copy_n(std::vector<uint8_t>{0, 0, 8, 0, 0, 0, 8, 0}.begin(), 8, expected.begin() + 4);
-            std::copy_n(exe.begin() + static_cast<std::ptrdiff_t>(step.fileOffset), step.fileBytes, expected.begin() + 12);
+        EXPECT_EQ(host().readSector(step.lba).result, 0);
+        if (step.submode != 0xFF) {
+            std::vector<uint8_t> user(kUser, 0);
+            std::copy_n(exe.begin() + static_cast<std::ptrdiff_t>(step.fileOffset), step.fileBytes, user.begin());
+            const fixtures::Sector sector = fixtures::form1Sector(step.lba, user, {0, 0, step.submode, 0});
+            expected.assign(sector.begin() + 12, sector.end());
         }
         EXPECT_EQ(buffer(), expected);
     }
@@ -119,8 +121,8 @@ TEST_F(BuiltinDiscs, EmptyDiscOpensWithoutTracksOrSectors) {
     api().getStatus(&status);
     EXPECT_EQ(status.Type, 1u) << "a data disc";
     unsigned char tn[2] = {7, 9}, td[3] = {5, 5, 5};
-    EXPECT_EQ(api().getTN(tn), 0);
-    for (unsigned char track : {0, 1, 2}) EXPECT_EQ(api().getTD(track, td), 0);
+    EXPECT_EQ(api().getTN(tn), -1) << "no track: the query fails";
+    for (unsigned char track : {0, 1, 2}) EXPECT_EQ(api().getTD(track, td), -1);
     EXPECT_EQ((std::vector<int>{tn[0], tn[1], td[0], td[1], td[2]}), (std::vector<int>{7, 9, 5, 5, 5}))
         << "no query writes its buffer";
     for (const Lba lba : {0, 16, 23}) {

@@ -225,20 +225,32 @@ TEST_F(ChdTools, VerifyNamesTheSectorOfAPlantedEdcError) {
     }
 }
 
-TEST_F(ChdTools, ConvertWritesASingleFileImageWithTheSameSectors) {
+TEST_F(ChdTools, ConvertGivesBackTheSheetItsGapsAndTheSameBin) {
     REQUIRE_CHDMAN();
-    const Written written = writeSheetAndChd(kSheets[1], scratch_.path(), {"-c", "cdfl"});
-    const std::string out = scratch_.file("out/converted.cue");
-    fixtures::makeDirectories(scratch_.file("out"), nullptr);
-    const ToolResult run = runLumadisc(scratch_, {"convert", written.chd, out});
-    ASSERT_EQ(run.exitCode, 0) << describeRun(run);
-    EXPECT_EQ(fileBytes(scratch_.file("out/converted.bin")), fileBytes(written.cue.binPath));
-    EXPECT_FALSE(std::ifstream(scratch_.file("out/converted.sub")).good()) << "no subchannel of its own";
-    const std::string sheet = host::readFile(out);
-    EXPECT_EQ(sheet,
-              "FILE \"converted.bin\" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n"
-              "  TRACK 02 AUDIO\n    INDEX 01 00:06:01\n  TRACK 03 AUDIO\n    INDEX 01 00:10:01\n");
-    const ToolResult info[] = {runLumadisc(scratch_, {"info", out}), runLumadisc(scratch_, {"info", written.chd})};
+    // A stored INDEX 00 gap before track 2 and an unstored PREGAP before track 3: the sheet, the same
+    // disc as one file per track, and chdman's CHD of it all convert back to the sheet and its .bin.
+    fixtures::CueImageBuilder builder;
+    builder.addTrack({TrackKind::kData, 301, mixed, 0, 0})
+        .addTrack({TrackKind::kAudio, 300, tone, 150, 0})
+        .addTrack({TrackKind::kAudio, 77, tone, 0, 75});
+    fixtures::CueImage single, split;
+    std::string error;
+    ASSERT_TRUE(builder.write(scratch_.file("single"), "disc", &single, &error)) << error;
+    ASSERT_TRUE(builder.writePerTrack(scratch_.file("split"), "disc", &split, &error)) << error;
+    const std::string chd = scratch_.file("disc.chd");
+    ASSERT_TRUE(fixtures::writeChd(single.cuePath, chd, {"-c", "cdlz"}, &error)) << error;
+    for (const std::string& source : {single.cuePath, split.cuePath, chd}) {
+        SCOPED_TRACE(source);
+        const std::string out = scratch_.file("out/converted.cue");
+        fixtures::makeDirectories(scratch_.file("out"), nullptr);
+        const ToolResult run = runLumadisc(scratch_, {"convert", source, out});
+        ASSERT_EQ(run.exitCode, 0) << describeRun(run);
+        EXPECT_EQ(host::readFile(out), builder.sheet("converted.bin"));
+        EXPECT_TRUE(fileBytes(scratch_.file("out/converted.bin")) == fileBytes(single.binPath)) << "the same .bin";
+        EXPECT_FALSE(std::ifstream(scratch_.file("out/converted.sub")).good()) << "no subchannel of its own";
+    }
+    const ToolResult info[] = {runLumadisc(scratch_, {"info", scratch_.file("out/converted.cue")}),
+                               runLumadisc(scratch_, {"info", chd})};
     EXPECT_EQ(info[0].out.substr(info[0].out.find("tracks:")), info[1].out.substr(info[1].out.find("tracks:")));
 }
 
@@ -347,6 +359,9 @@ TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
         {"clean", cue(mixed), "result:      ok (0 problems)"},
         {"lost_sync", cue([](Lba lba, int32_t, Sector& s) { s = lba == 7 ? fixtures::patternSector(lba) : fixtures::mixedDataSector(lba); }),
          "sector 7 (00:02:07): data track sector without sync"},
+        // A MODE2/2352 track whose file holds no sync at all: every one of its sectors is a problem.
+        {"no_sync_anywhere", cue([](Lba, int32_t, Sector& s) { s.fill(0); }),
+         "sector 39 (00:02:39): data track sector without sync"},
         {"wrong_header", cue([](Lba lba, int32_t, Sector& s) { s = fixtures::mixedDataSector(lba == 12 ? 13 : lba); }),
          "sector 12 (00:02:12): header address 00:02:13 where 00:02:12 belongs"},
         {"broken_parity", cue([](Lba lba, int32_t, Sector& s) {
@@ -373,7 +388,7 @@ TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
              fixtures::writeText(dir + "/disc.img", std::string(2352 * 8, '\0'), nullptr);
              return dir + "/disc.ccd";
          },
-         "track table: track 2 does not start after the one before"},
+         "the plugin could not open"},  // a disc whose tracks do not rise is refused when it opens
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -381,7 +396,12 @@ TEST_F(ChdTools, VerifyNamesEachKindOfFault) {
         fixtures::makeDirectories(dir, nullptr);
         const ToolResult run = runLumadisc(scratch_, {"verify", c.write(dir)});
         EXPECT_EQ(run.exitCode, std::string(c.name) == "clean" ? 0 : 1) << describeRun(run);
-        EXPECT_NE(run.out.find(c.expected), std::string::npos) << run.out;
+        EXPECT_NE((run.out + run.err).find(c.expected), std::string::npos) << run.out << run.err;
+        if (std::string(c.name) == "no_sync_anywhere") {
+            EXPECT_NE(run.out.find("result:      FAILED (40 problems)"), std::string::npos) << "all 40 sectors\n" << run.out;
+            const ToolResult info = runLumadisc(scratch_, {"info", c.write(dir)});
+            EXPECT_NE(info.out.find("    1  data "), std::string::npos) << "the plugin's track type\n" << info.out;
+        }
     }
 }
 

@@ -80,6 +80,21 @@ TEST_F(ClassicCue, ReadsOutsideTheImageLeaveTheBufferAndSucceed) {
     }
 }
 
+TEST_F(ClassicCue, BufferPointersKeptByTheHostShowTheLatestRead) {
+    ASSERT_EQ(openWith(settingsFor(image_.cuePath, false)), 0);
+    unsigned char first[3] = {0x00, 0x02, 0x05};
+    ASSERT_EQ(api().readTrack(first), 0);
+    const unsigned char* sector = api().getBuffer();
+    const unsigned char* sub = api().getBufferSub();
+    unsigned char second[3] = {0x00, 0x02, 0x09};
+    ASSERT_EQ(api().readTrack(second), 0);
+    // Without asking again: the sector and the Q channel's absolute time are the second read's.
+    const std::vector<uint8_t> expected = binSector(image_.binPath, 9, kRawSectorSize);
+    EXPECT_TRUE(std::equal(expected.begin() + 12, expected.end(), sector));
+    EXPECT_EQ((std::vector<int>{sub[kSubchannelQOffset + 7], sub[kSubchannelQOffset + 8], sub[kSubchannelQOffset + 9]}),
+              (std::vector<int>{0x00, 0x02, 0x09}));
+}
+
 TEST_F(ClassicCue, NullPointersFromTheHostAreRefusedNotFollowed) {
     ASSERT_EQ(openWith(settingsFor(image_.cuePath, false)), 0);
     EXPECT_EQ(api().getTN(nullptr), -1);
@@ -87,8 +102,8 @@ TEST_F(ClassicCue, NullPointersFromTheHostAreRefusedNotFollowed) {
     EXPECT_EQ(api().readTrack(nullptr), -1);
     EXPECT_EQ(api().play(nullptr), -1);
     EXPECT_EQ(api().getStatus(nullptr), -1);
-    EXPECT_EQ(api().readCDDA(0, 2, 0, nullptr), 0);
-    EXPECT_EQ(api().getTE(1, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(api().readCDDA(0, 2, 0, nullptr), -1);
+    EXPECT_EQ(api().getTE(1, nullptr, nullptr, nullptr), -1);
 }
 
 }  // namespace

@@ -126,6 +126,30 @@ TEST_F(ClassicLog, ReopeningTruncatesAndLoggingOffWritesNothing) {
     EXPECT_EQ(log(), text) << "with logging off the file is left untouched";
 }
 
+TEST_F(ClassicLog, AHostReadingOnAndOnKeepsTheLogUnderItsBound) {
+    ASSERT_EQ(openWith(settingsFor(twoTracks().cuePath)), 0);
+    // Read until the file has been started again (16 MB of trace lines, a few hundred thousand reads).
+    const std::string path = dir() + "/lumaDisc.log";
+    uintmax_t largest = 0;
+    bool restarted = false;
+    for (int read = 0; read < 2000000 && !restarted; ++read) {
+        unsigned char time[3] = {0x00, 0x02, static_cast<unsigned char>(0x16 + read % 8)};
+        api().readTrack(time);
+        if (read % 1000 == 0) {
+            const uintmax_t size = std::filesystem::file_size(path);
+            restarted = size < largest;
+            largest = std::max(largest, size);
+        }
+    }
+    ASSERT_TRUE(restarted) << "the log grew to " << largest << " bytes";
+    EXPECT_LE(largest, 16u * 1024 * 1024);
+    closePlugin();
+    const std::string text = log();
+    EXPECT_EQ(text.rfind("[CDR] Warning: the log reached 16 MB and was started again.\n", 0), 0u) << text.substr(0, 200);
+    // The reads go on logging as before, each message whole.
+    expectInOrder(text, {"[CDR] ReadTrack(00:02:", "[CDR] CCdRead::readData().\n", "[CDR] Close()\n"});
+}
+
 TEST_F(ClassicLog, AnOverlongPathOrNoSettingsDirectoryFailsCleanly) {
     // A 4095-character disc path makes the settings line too long for the INI library, which then
     // rejects the whole file: the defaults (no disc) apply and the open fails.

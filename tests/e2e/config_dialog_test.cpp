@@ -10,6 +10,7 @@
 #include "tests/e2e/hot_key_support.h"
 #include "tests/e2e/plugin_harness.h"
 #include "tests/e2e/tool_runner.h"
+#include "tools/fixtures/file_writer.h"
 
 extern char** environ;
 
@@ -30,6 +31,7 @@ protected:
         if (!xvfb_.start(&why)) GTEST_SKIP() << why;
         first_ = writeCue(CueImageBuilder().addDataTrack(40), "first").cuePath;
         second_ = writeCue(CueImageBuilder().addDataTrack(30).addAudioTrack(20), "second").cuePath;
+        fixtures::makeDirectories(dir() + "/configs", nullptr);  // the emulator's plugin directory
         const ToolResult r = runProgram(scratch_, LUMADISC_CONFIG_PROGRAM_PATH, {"--disc", first_});
         ASSERT_EQ(r.exitCode, 0) << describeRun(r);
     }
@@ -53,10 +55,11 @@ protected:
         ASSERT_TRUE(xvfb_.xdotool("key --delay 100 " + sequence)) << sequence;
         std::this_thread::sleep_for(200ms);
     }
-    // The program's exit code once it has ended; -1 when it has not within the limit.
+    // The program's exit code once it has ended; -1 when it has not within the limit, which only bounds
+    // a hung program (a sanitizer build on a loaded machine takes seconds to close the window).
     int exitCode() {
         int status = 0;
-        const bool ended = waitUntil([&] { return waitpid(child_, &status, WNOHANG) == child_; }, 5s);
+        const bool ended = waitUntil([&] { return waitpid(child_, &status, WNOHANG) == child_; }, 30s);
         if (!ended) return -1;
         child_ = -1;
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -10,6 +11,7 @@
 #include "tests/e2e/hot_key_support.h"
 #include "tests/e2e/plugin_harness.h"
 #include "tests/e2e/tool_runner.h"
+#include "tools/fixtures/file_writer.h"
 #include "tests/unit/shell_command.h"
 
 namespace lumadisc::e2e {
@@ -24,6 +26,11 @@ struct ListedKey {
 
 class ConfigProgram : public PluginHarness {
 protected:
+    // The scratch directory is an emulator's plugin directory: it has configs/.
+    void SetUp() override {
+        PluginHarness::SetUp();
+        fixtures::makeDirectories(dir() + "/configs", nullptr);
+    }
     ToolResult run(const std::vector<std::string>& arguments, const std::string& directory = "") {
         return runProgram(scratch_, LUMADISC_CONFIG_PROGRAM_PATH, arguments,
                           "cd " + test::shellWord(directory.empty() ? dir() : directory) + " && ");
@@ -61,7 +68,7 @@ std::string otherValue(const ListedKey& key) {
 TEST_F(ConfigProgram, EveryKeyRoundTripsThroughTheFile) {
     const auto before = listed();
     ASSERT_EQ(before.size(), 47u) << "11 reading and audio keys, 22 hot keys, 12 misc keys, the disc and filter";
-    ASSERT_EQ(ini().rfind("\n[cd selection]\n", 0), 0u) << "a missing file is created with the defaults";
+    EXPECT_NE(access(iniPath().c_str(), F_OK), 0) << "listing creates no file";
     std::map<std::string, std::string> wanted;
     for (const auto& [name, key] : before) {
         wanted[name] = otherValue(key);
@@ -71,6 +78,7 @@ TEST_F(ConfigProgram, EveryKeyRoundTripsThroughTheFile) {
         EXPECT_EQ(get.out, wanted[name] + "\n") << name;
     }
     for (const auto& [name, key] : listed()) EXPECT_EQ(key.value, wanted[name]) << name << " kept after later changes";
+    EXPECT_EQ(ini().rfind("\n[cd selection]\n", 0), 0u) << "the first change wrote the whole file";
     EXPECT_NE(ini().find("\ncachinglevel                   = 100000\n"), std::string::npos) << ini();
 }
 
@@ -78,6 +86,7 @@ TEST_F(ConfigProgram, RefusedOptionsLeaveTheFileByteForByte) {
     ASSERT_EQ(run({"--set", "cdrom property:cddavolumelevel=40"}).exitCode, 0);
     const std::string original = ini();
     std::ofstream(dir() + "/a;b.cue") << "FILE \"a.bin\" BINARY\n";
+    std::ofstream(dir() + "/bare.bin") << std::string(2352 * 4, '\0');
     const std::string tooLong(32, 'x');
     const std::vector<std::vector<std::string>> refused = {
         {"--set", "cdrom property:cachinglevel=9"},
@@ -86,6 +95,7 @@ TEST_F(ConfigProgram, RefusedOptionsLeaveTheFileByteForByte) {
         {"--set", "cdrom property:speedlimitation=33"},
         {"--set", "cdrom property:spindowntime=0x10"},
         {"--set", "misc:enablelogging=maybe"},
+        {"--set", "misc:enablelogging=yes"},  // the help says true or false
         {"--set", "misc:language=" + tooLong},
         {"--set", "cd selection:current=/discs/a;b.cue"},
         {"--set", "hot keys:coveropen0=zz"},
@@ -95,6 +105,8 @@ TEST_F(ConfigProgram, RefusedOptionsLeaveTheFileByteForByte) {
         {"--get", "misc:nothing"},
         {"--disc", dir() + "/no-such.cue"},
         {"--disc", dir() + "/a;b.cue"},
+        {"--disc", dir() + "/bare.bin"},  // no sheet: the plugin does not open it
+        {"--disc", dir() + "/configs"},   // a directory
         {"--bogus"},
         {"--set", "misc:enablelogging=true", "--set", "cdrom property:cddavolumelevel=101"},
     };
@@ -109,9 +121,34 @@ TEST_F(ConfigProgram, RefusedOptionsLeaveTheFileByteForByte) {
     EXPECT_NE(access(iniPath().c_str(), F_OK), 0) << "a refused change creates no file either";
 }
 
+TEST_F(ConfigProgram, FromAnyOtherDirectoryTheEmulatorsFileIsEditedAndReadingCreatesNothing) {
+    // A shell in a disc's folder: no configs/ there, so the file is the emulator's in ~/.pcsxr/plugins.
+    const std::string home = dir() + "/home", folder = dir() + "/discs";
+    fixtures::makeDirectories(folder, nullptr);
+    const std::string disc = writeCue(CueImageBuilder().addDataTrack(20), "discs/game").cuePath;
+    const std::string emulators = home + "/.pcsxr/plugins/configs/lumaDisc.ini";
+    const auto inFolder = [&](const std::vector<std::string>& arguments) {
+        return runProgram(scratch_, LUMADISC_CONFIG_PROGRAM_PATH, arguments,
+                          "cd " + test::shellWord(folder) + " && HOME=" + test::shellWord(home) + " ");
+    };
+    const ToolResult list = inFolder({"--list"});
+    EXPECT_EQ(list.exitCode, 0) << describeRun(list);
+    EXPECT_EQ(list.out.rfind("# " + emulators + "\n", 0), 0u) << list.out;
+    EXPECT_FALSE(std::filesystem::exists(home)) << "--list creates nothing";
+    EXPECT_FALSE(std::filesystem::exists(folder + "/configs"));
+    const ToolResult set = inFolder({"--disc", disc});
+    EXPECT_EQ(set.exitCode, 0) << describeRun(set);
+    EXPECT_EQ(set.out, "lumadisc-config: wrote " + emulators + "\n");
+    EXPECT_NE(host::readFile(emulators).find(disc), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder + "/configs")) << "nothing beside the disc";
+    // --dir names the emulator's directory outright.
+    const ToolResult other = inFolder({"--dir", dir(), "--get", "cd selection:current"});
+    EXPECT_EQ(other.exitCode, 0) << describeRun(other);
+}
+
 TEST_F(ConfigProgram, ThePluginOpensTheDiscAndLogsAsWritten) {
     const std::string second = writeCue(CueImageBuilder().addDataTrack(30).addAudioTrack(20), "second").cuePath;
-    ASSERT_EQ(mkdir((dir() + "/configs").c_str(), 0755), 0);
+    ASSERT_TRUE(std::filesystem::is_directory(dir() + "/configs"));
     // Started inside configs as the classic face starts it, with a path relative to there.
     const ToolResult r = run({"--disc", "../second.cue", "--set", "misc:enablelogging=true"}, dir() + "/configs");
     ASSERT_EQ(r.exitCode, 0) << describeRun(r);
@@ -146,7 +183,7 @@ TEST_F(ConfigProgram, CdrConfigureFindsTheProgramInstalledBesideThePlugin) {
     const std::string second = writeCue(CueImageBuilder().addDataTrack(30).addAudioTrack(20), "second").cuePath;
     const std::string psemu = dir() + "/psemu";
     ASSERT_EQ(mkdir(psemu.c_str(), 0755), 0);
-    ASSERT_EQ(mkdir((dir() + "/configs").c_str(), 0755), 0);  // the classic face starts the program in it
+    ASSERT_TRUE(std::filesystem::is_directory(dir() + "/configs"));  // the classic face starts the program in it
     ASSERT_EQ(std::system(("cp " + test::shellWord(LUMADISC_PLUGIN_PATH) + " " +
                            test::shellWord(LUMADISC_CONFIG_PROGRAM_PATH) + " " + test::shellWord(psemu))
                               .c_str()),

@@ -74,14 +74,14 @@ TEST_P(EveryKind, ReportsTnTdTeAndReturnsSectorsByteForByteWithCachingOffAndOn) 
         EXPECT_EQ(lengths, (std::vector<Lba>{450, 200, 100}));
         EXPECT_EQ(host().leadOut(), 750);  // track 0: the first sector after the last
         // The last track has no end (00:00:00), and 255 wraps to track 0; a track beyond the table
-        // reads as 00:00:00 and still answers 0.
+        // reads as 00:00:00 and answers -1, the failure the host sees.
         unsigned char te[2][3], tn[2] = {}, beyond[3] = {1, 2, 3};
         api().getTE(3, &te[0][0], &te[0][1], &te[0][2]);
         api().getTE(255, &te[1][0], &te[1][1], &te[1][2]);
         EXPECT_EQ((std::vector<Lba>{lbaFromMsf(te[0][0], te[0][1], te[0][2]), lbaFromMsf(te[1][0], te[1][1], te[1][2])}),
                   (std::vector<Lba>{-150, 750}));
         EXPECT_EQ(api().getTN(tn), 0);
-        for (const unsigned char number : {0, 1, 3, 9}) EXPECT_EQ(api().getTD(number, beyond), 0) << int(number);
+        for (const unsigned char number : {0, 1, 3, 9}) EXPECT_EQ(api().getTD(number, beyond), number == 9 ? -1 : 0) << int(number);
         EXPECT_EQ((Bytes{tn[0], tn[1], beyond[0], beyond[1], beyond[2]}), (Bytes{1, 3, 0, 0, 0}));
 
         for (int pass = 0; pass < 2; ++pass) {  // with caching on, the second pass comes from the cache
@@ -104,21 +104,21 @@ TEST_P(EveryKind, ReportsTnTdTeAndReturnsSectorsByteForByteWithCachingOffAndOn) 
 
 TEST_P(EveryKind, GeneratesTheQSubchannelWithoutASubFile) {
     ASSERT_EQ(openWith(settingsFor(write(kThreeTracks).path, false)), 0);
-    const std::vector<std::pair<Lba, Bytes>> trackOne = {  // track 1 throughout, relative and absolute time
+    // Every kind describes its tracks alike: track 2 from 450, its gap counting down, the lead-out from
+    // 750. The full TOC and the MDS descriptor as read hold INDEX 01 alone, so there the gap is the end
+    // of track 1.
+    const uint8_t audio = 0x01;
+    const bool withoutGaps = GetParam() == ImageKind::kFullToc || GetParam() == ImageKind::kMds;
+    const Bytes gap = withoutGaps ? Bytes{0x41, 0x01, 0x01, 0x00, 0x05, 0x74, 0x00, 0x00, 0x07, 0x74}
+                                  : Bytes{0x01, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x07, 0x74};
+    const std::vector<std::pair<Lba, Bytes>> fromTable = {
         {0, {0x41, 0x01, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}},
-        {450, {0x41, 0x01, 0x01, 0x00, 0x06, 0x00, 0x00, 0x00, 0x08, 0x00}},
-        {1000, {0x41, 0x01, 0x01, 0x00, 0x13, 0x25, 0x00, 0x00, 0x15, 0x25}},  // past the end of the image
-        {4350, {0x41, 0x01, 0x01, 0x00, 0x58, 0x00, 0x00, 0x01, 0x00, 0x00}},
+        {449, gap},
+        {450, {audio, 0x02, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x08, 0x00}},
+        {1000, {audio, 0xAA, 0x01, 0x00, 0x03, 0x25, 0x00, 0x00, 0x15, 0x25}},
+        {4350, {audio, 0xAA, 0x01, 0x00, 0x48, 0x00, 0x00, 0x01, 0x00, 0x00}},
     };
-    // A sheet describes its tracks: track 2 from 450, its gap counting down, the lead-out from 750.
-    const std::vector<std::pair<Lba, Bytes>> fromSheet = {
-        {0, {0x41, 0x01, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x00}},
-        {449, {0x01, 0x02, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x07, 0x74}},
-        {450, {0x01, 0x02, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x08, 0x00}},
-        {1000, {0x01, 0xAA, 0x01, 0x00, 0x03, 0x25, 0x00, 0x00, 0x15, 0x25}},
-        {4350, {0x01, 0xAA, 0x01, 0x00, 0x48, 0x00, 0x00, 0x01, 0x00, 0x00}},
-    };
-    for (const auto& [lba, firstTen] : GetParam() ? trackOne : fromSheet) {
+    for (const auto& [lba, firstTen] : fromTable) {
         const host::SectorRead read = host().readSector(lba);
         EXPECT_EQ(qBytes(read.subchannel), firstTen) << "LBA " << lba;
         EXPECT_TRUE(qCrcValid(read.subchannel + kSubchannelQOffset)) << "LBA " << lba;
@@ -142,7 +142,7 @@ TEST_P(EveryKind, TakesSubchannelBlocksFromASubFileUnlessSwitchedOff) {
                 EXPECT_EQ(Bytes(read.subchannel, read.subchannel + kSubchannelSize), Bytes(expected, expected + 96))
                     << "LBA " << lba;
             } else {  // the generated block, although the file is there
-                EXPECT_EQ(qBytes(read.subchannel, 3), (Bytes{0x41, 1, 1}));
+                EXPECT_EQ(read.subchannel[kSubchannelQOffset + 1], lba < 450 ? 1 : lba < 650 ? 2 : 3) << "LBA " << lba;
                 EXPECT_TRUE(qCrcValid(read.subchannel + kSubchannelQOffset)) << "LBA " << lba;
             }
         }
@@ -218,10 +218,11 @@ std::string expand(std::string text, const std::string& dir) {
     return text;
 }
 std::string str(const Bytes& bytes) { return std::string(bytes.begin(), bytes.end()); }
-// A description written as x.<ext> over a four-sector data file x.<data>.
+// A description written as x.<ext> over a data file x.<data> of 250 sectors (a full TOC's of 4: its
+// lead-out is its own).
 OddDisc described(const char* name, const char* ext, const char* data, const std::string& content, long result,
                   const std::string& line, Starts starts, unsigned type) {
-    const size_t size = std::string(ext) == "toc" ? 2448 * 4 : 2352 * 4;
+    const size_t size = std::string(ext) == "toc" ? 2448 * 4 : 2352 * 250;
     return {name, std::string("{dir}/x.") + ext, content, std::string("x.") + data, std::string(size, '\0'),
             result, line, starts, type};
 }
@@ -293,7 +294,10 @@ std::vector<OddDisc> oddDiscs() {
         ccd("ccd_minus_9999_ends", "[TRACK 1]\nINDEX 1=0\n[TRACK 2]\nINDEX 1=-9999\n[TRACK 3]\nINDEX 1=5\n", 0, "",
             std::vector<Lba>{0}),
         ccd("ccd_no_tracks", "", 0, "", std::vector<Lba>{}, 2),
-        ccd("ccd_cut_in_value", "[TRACK 1]\nINDEX 1=7\n[TRACK 2]\nINDEX 1=", 0, "", std::vector<Lba>{7, 0}),
+        ccd("ccd_cut_in_value", "[TRACK 1]\nINDEX 1=7\n[TRACK 2]\nINDEX 1=", -1,
+            "[CDR] Error: toc file not read ({dir}/x.ccd): track 2 does not start after track 1.\n"),
+        ccd("ccd_track_past_the_image", "[TRACK 1]\nINDEX 1=0\n[TRACK 2]\nINDEX 1=250\n", -1,
+            "[CDR] Error: toc file not read ({dir}/x.ccd): the disc ends (sector 250) before track 2 starts.\n"),
         ccd("ccd_cut_in_section", "[TRACK 1]\nINDEX 1=0\n[TRA", -1, "[CDR] Error: toc file not opened ({dir}/x.ccd).\n"),
         {"ccd_missing", "{dir}/none.ccd", {}, "", "", -1, "[CDR] Error: toc file not opened ({dir}/none.ccd).\n"},
         {"ccd_missing_img", "{dir}/y.ccd", "[TRACK 1]\nINDEX 1=0\n", "", "", -1,
@@ -309,7 +313,9 @@ std::vector<OddDisc> oddDiscs() {
         {"mds_missing", "{dir}/none.mds", {}, "", "", -1, "[CDR] Error: toc not opened ({dir}/none.mds).\n"},
         {"mds_missing_mdf", "{dir}/y.mds", str(mdsOf(1)), "", "", -1, "[CDR] Error: data file not opened ({dir}/y.mdf).\n"},
 
-        toc("toc_data_and_audio", oneSessionWith(), 0, "", std::vector<Lba>{0, 22350}, 1),
+        toc("toc_data_and_audio", oneSessionWith(), 0,
+            "[CDR] Warning: data file {dir}/x.bin is 26846 sectors shorter than the description says.\n",
+            std::vector<Lba>{0, 22350}, 1),
         toc("toc_control_0c", fixtures::fullTocBytes({entry(0xA2, 0, 1, 0, 0), entry(1, 0x0C, 0, 2, 0)}), 0, "",
             std::vector<Lba>{0}, 2),
         toc("toc_other_points_skipped",
@@ -318,9 +324,9 @@ std::vector<OddDisc> oddDiscs() {
         toc("toc_two_sessions",
             oneSessionWith({entry(0xA0, 4, 3, 0x20, 0, 2), entry(0xA1, 4, 3, 0, 0, 2), entry(0xA2, 4, 9, 0, 0, 2),
                             entry(3, 4, 7, 0, 0, 2)}),
-            0, "", std::vector<Lba>{0, 22350, 40350, 31350}),
-        toc("toc_without_lead_out", fixtures::fullTocBytes({entry(1, 4, 0, 2, 0), entry(2, 0, 0, 3, 0)}), 0, "",
-            std::vector<Lba>{75}),
+            -1, "[CDR] Error: toc file not read ({dir}/x.toc): track 4 does not start after track 3.\n"),
+        toc("toc_without_lead_out", fixtures::fullTocBytes({entry(1, 4, 0, 2, 0), entry(2, 0, 0, 3, 0)}), -1,
+            "[CDR] Error: toc file not read ({dir}/x.toc): the disc ends (sector 0) before track 1 starts.\n"),
         toc("toc_length_12", oneSessionWith({}, 5, 12), 0, "", std::vector<Lba>{}, 2),
         toc("toc_partial_descriptor_ignored", tocPartial, 0, "", std::vector<Lba>{0, 22350}),
         toc("toc_cut_header", Bytes{0, 57, 1}, -1, "[CDR] Error: toc file truncated ({dir}/x.toc).\n"),

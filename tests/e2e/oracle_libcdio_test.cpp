@@ -99,11 +99,14 @@ TEST_F(LibcdioOracle, TrackListAndRawSectorsOfWholeTracksMatchCdInfoAndCdRead) {
             for (const int number : layout.tracksRead) {
                 const host::TrackInfo& track = table[static_cast<size_t>(number - 1)];
                 const std::string out = dir() + "/track.raw";
-                test::shellOutput("cd-read --no-header -c " + shellWord(image.cuePath) + " -m audio -s " +
-                                      std::to_string(track.lba) + " -n " + std::to_string(track.length) + " -o " +
-                                      shellWord(out),
-                                  &status);
+                const std::string read = "cd-read --no-header -c " + shellWord(image.cuePath) + " -m audio -s " +
+                                         std::to_string(track.lba) + " -n " + std::to_string(track.length) + " -o " +
+                                         shellWord(out);
+                test::shellOutput(read, &status);
                 ASSERT_EQ(status, 0) << "track " << number;
+                // cd-read now and then ends with status 0 and no output file when another test starts
+                // at the same moment; a second run of the same command gives the file.
+                if (host::readFile(out).empty()) test::shellOutput(read, &status);
                 const std::string bytes = host::readFile(out);
                 ASSERT_EQ(bytes.size(), static_cast<size_t>(track.length) * kRawSectorSize) << "track " << number;
                 uint8_t sector[kRawSectorSize], subchannel[kSubchannelSize];

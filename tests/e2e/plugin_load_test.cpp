@@ -1,3 +1,4 @@
+// The built library as a host first meets it: its identification exports and the interface symbols.
 #include <gtest/gtest.h>
 
 #include "host/plugin_loader.h"

@@ -4,6 +4,7 @@
 //   open              CDRinit and CDRopen
 //   read:LBA          CDRreadTrack, then the result and the sector's first data bytes
 //   truncate:PATH:N   cuts a file to N bytes while the disc is open
+//   configure         CDRconfigure (the settings program is started and waited for)
 //   close             CDRclose and CDRshutdown
 #include <unistd.h>
 
@@ -37,6 +38,8 @@ int main(int argc, char** argv) {
             const size_t colon = step.rfind(':');
             const std::string path = step.substr(9, colon - 9);
             std::printf("truncate %d\n", truncate(path.c_str(), std::atoll(step.c_str() + colon + 1)));
+        } else if (step == "configure") {
+            std::printf("configure %ld\n", host.api().configure());
         } else if (step == "close") {
             host.api().close();
             host.api().shutdown();

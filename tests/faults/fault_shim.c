@@ -13,6 +13,8 @@
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -121,4 +123,40 @@ FILE* fopen64(const char* path, const char* mode) {
     static FopenFn real = NULL;
     if (real == NULL) real = (FopenFn)dlsym(RTLD_NEXT, "fopen64");
     return faultyFopen(real, path, mode);
+}
+
+/* The log is also opened by descriptor (without blocking, then checked to be a file). */
+typedef int (*OpenFn)(const char*, int, ...);
+
+static int faultyOpen(const char* name, const char* path, int flags, mode_t mode) {
+    const char* fault = getenv("LUMADISC_FAULT_LOG");
+    const size_t length = path != NULL ? strlen(path) : 0;
+    if (fault != NULL && length >= 12 && strcmp(path + length - 12, "lumaDisc.log") == 0) {
+        errno = atoi(fault);
+        return -1;
+    }
+    OpenFn real = (OpenFn)dlsym(RTLD_NEXT, name);
+    return real(path, flags, mode);
+}
+
+int open(const char* path, int flags, ...) {
+    mode_t mode = 0;
+    if (flags & O_CREAT) {
+        va_list arguments;
+        va_start(arguments, flags);
+        mode = (mode_t)va_arg(arguments, int);
+        va_end(arguments);
+    }
+    return faultyOpen("open", path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+    mode_t mode = 0;
+    if (flags & O_CREAT) {
+        va_list arguments;
+        va_start(arguments, flags);
+        mode = (mode_t)va_arg(arguments, int);
+        va_end(arguments);
+    }
+    return faultyOpen("open64", path, flags, mode);
 }

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "formats/chd_image.h"
+#include "formats/extent_disc.h"
 #include "tests/fuzz/fuzz_support.h"
 #include "tools/fixtures/chd_image.h"
 #include "tools/fixtures/cue_image.h"
@@ -56,28 +57,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!file) std::abort();
     if (size > 0 && std::fwrite(data, 1, size, file) != size) std::abort();
     if (std::fclose(file) != 0) std::abort();
-    static ChdImage image;
-    std::string reason;
-    if (!image.open(g_imagePath.c_str(), &reason)) {
-        if (reason.empty() || image.isOpen()) std::abort();
+    DiscDescription disc;
+    if (describeChd(g_imagePath.c_str(), disc) != 0) {
+        if (!disc.extents.empty()) std::abort();
         return 0;
     }
-    const auto& tracks = image.tracks();
-    if (tracks.empty()) std::abort();
-    for (size_t i = 0; i < tracks.size(); ++i) {
-        if (tracks[i].number != static_cast<int>(i) + 1 || tracks[i].start < tracks[i].gapStart ||
-            tracks[i].end < tracks[i].start || (i > 0 && tracks[i].gapStart != tracks[i - 1].end)) {
-            std::abort();
-        }
+    const ExtentTable& extents = disc.extents;
+    if (extents.empty()) std::abort();
+    for (size_t i = 1; i < extents.extents().size(); ++i) {
+        const Extent& before = extents.extents()[i - 1];
+        const Extent& e = extents.extents()[i];
+        if (e.start != before.start + before.count || e.track < before.track) std::abort();
     }
-    const Lba first = tracks.front().gapStart, last = image.leadOut();
+    CCdExtentData data(extents);
+    CCdExtentSub sub(extents, data);
+    sub.useStored(true);
+    if (data.open(g_imagePath.c_str()) != 0) std::abort();
+    const Lba first = extents.extents().front().start, last = extents.end();
     const int64_t step = std::max<int64_t>(1, (static_cast<int64_t>(last) - first) / 48);
     uint8_t sector[kRawSectorSize], block[kSubchannelSize];
     for (int64_t lba = first - 2; lba <= last + 2; lba += step) {
-        const int result = image.readSector(static_cast<Lba>(lba), sector);
+        const int result = data.read(static_cast<Lba>(lba), sector);
         if (result != 0 && result != -1) std::abort();
-        image.readSubchannel(static_cast<Lba>(lba), block);
+        sub.read(static_cast<Lba>(lba), block);
     }
-    image.close();
+    data.close();
     return 0;
 }

@@ -5,6 +5,8 @@
 #include "config/log.h"
 #include "config/settings.h"
 #include "drive/cdrom_drive.h"
+#include "drive/drive_disc.h"
+#include "formats/extent_data.h"
 #include "drive/sense_messages.h"
 #include "tests/fuzz/fuzz_support.h"
 
@@ -108,21 +110,29 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lumadisc::scsiPassthroughInstall(&drive);
     lumadisc::g_settings.speedlimitation = size % 33;
     lumadisc::g_settings.spindowntime = static_cast<int32_t>(size % 601);
-    if (lumadisc::g_cdromToc.open("/dev/fuzzed") != 0) std::abort();
+    lumadisc::DiscDescription disc;
+    const bool described = lumadisc::describeDrive("/dev/fuzzed", disc) == 0;
     uint8_t response[lumadisc::kTocResponseSize];
     lumadisc::cdromReadToc(response);
     lumadisc::TrackTable table;
     lumadisc::cdromTocTable(response, table);
     if (table.rows() < 1 || table.rows() > lumadisc::kTocDescriptorCount) std::abort();
     lumadisc::fuzz::checkTable(table, false);
-    uint8_t tn[2];
-    lumadisc::g_cdromToc.getTN(tn);
-    if (lumadisc::g_cdromData.open("/dev/fuzzed") != 0) std::abort();
-    uint8_t sector[lumadisc::kRawSectorWithSubSize];
-    for (const lumadisc::Lba lba : {0, 16, -150}) lumadisc::g_cdromData.read(lba, sector);
-    lumadisc::cdromReadSectorWithSub(16, sector);
-    lumadisc::g_cdromToc.close();
-    lumadisc::g_cdromData.close();
+    if (described) {
+        lumadisc::CCdExtentData data(disc.extents);
+        lumadisc::CCdExtentSub sub(disc.extents, data);
+        sub.useStored(true);
+        if (data.open("/dev/fuzzed") != 0) std::abort();
+        uint8_t sector[lumadisc::kRawSectorWithSubSize], block[lumadisc::kSubchannelSize];
+        for (const lumadisc::Lba lba : {0, 16, -150}) {
+            sub.read(lba, block);
+            data.read(lba, sector);
+        }
+        lumadisc::cdromReadSectorWithSub(16, sector);
+        data.close();
+    }
+    disc.extents.clear();
+    lumadisc::cdromClose();
     if (lumadisc::cdromIsOpen()) std::abort();
     lumadisc::scsiPassthroughInstall(nullptr);
     return 0;

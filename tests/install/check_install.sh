@@ -120,7 +120,26 @@ user)
   grep -qx "; mine" "$plugins/configs/lumaDisc.ini" || fail "the second install overwrote the settings file"
   grep -q "kept your settings" "$work/user.log" || fail "the second install did not say it kept the settings"
   sed -i '/^; mine$/d' "$plugins/configs/lumaDisc.ini"
+  # The settings program lies beside the plugin, where "Configure CD-ROM" finds it: the emulator's
+  # CDRconfigure, from the plugin directory as PCSX-Reloaded calls it, starts it and it edits the file.
+  expect_file "$plugins/lumadisc-config" "the settings program beside the plugin"
+  (cd "$plugins" && HOME=$home PATH=/usr/bin:/bin LUMADISC_CONFIG_SCRIPT="--set misc:showstatus=false" \
+    "$build/fault_host" "$plugins/liblumadisc.so" configure >"$work/configure.log" 2>&1) ||
+    { cat "$work/configure.log" >&2; fail "CDRconfigure"; }
+  grep -q "^showstatus *= false" "$plugins/configs/lumaDisc.ini" ||
+    { cat "$work/configure.log" >&2; fail "CDRconfigure did not run the installed settings program"; }
+  # The tool is on the user's path and finds the plugin the emulator loads.
+  expect_file "$home/.local/bin/lumadisc" "the tool"
+  HOME=$home PATH=$home/.local/bin:/usr/bin:/bin lumadisc info "$build/demo/demo.cue" >"$work/info.log" 2>&1 ||
+    { cat "$work/info.log" >&2; fail "lumadisc info from the user install"; }
+  grep -qF "plugin:    $plugins/liblumadisc.so" "$work/info.log" || fail "the tool did not load the user's plugin"
   boot_demo "$plugins/liblumadisc.so" "$home"
+  # --uninstall leaves nothing of the three programs, and the settings.
+  HOME=$home "$root/scripts/install-user.sh" --uninstall >"$work/user.log" 2>&1 || fail "install-user.sh --uninstall"
+  for gone in "$plugins/liblumadisc.so" "$plugins/lumadisc-config" "$home/.local/bin/lumadisc"; do
+    [ -e "$gone" ] && fail "--uninstall left $gone"
+  done
+  expect_file "$plugins/configs/lumaDisc.ini" "the settings file after --uninstall"
   ;;
 *)
   echo "usage: $0 prefix|deb|user BUILD_DIR [BOOT]" >&2

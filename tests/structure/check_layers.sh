@@ -7,7 +7,7 @@ set -euo pipefail
 # Bottom to top; folders on one line share a level and do not include each other.
 levels=(
   "support"
-  "config"
+  "config input"
   "disc"
   "formats drive"
   "reader"

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The plugin is built from the core alone: nothing of the fixture writer or of the tests goes into it,
+# The plugin is built from the core alone: nothing of the fixture writer, of the tests or of the code
+# only the tools use (tools/common) goes into it,
 # so a packager can build it without them. Reads the build graph of a Ninja build directory.
 #
 #   check_plugin_inputs.sh BUILD_DIR
@@ -7,7 +8,7 @@
 # The tool, which does use the fixture writer, shows that the check sees such inputs at all.
 set -uo pipefail
 build=${1:?usage: $0 BUILD_DIR}
-test_code='(^|/)(tools/fixtures|tests)/'
+test_code='(^|/)(tools/fixtures|tools/common|tests)/'
 
 inputs() { ninja -C "$build" -t inputs "$1" 2>/dev/null; }
 

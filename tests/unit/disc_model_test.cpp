@@ -1,3 +1,4 @@
+// The disc model's arithmetic: BCD, addresses, the generated Q block's times and CRC.
 #include <gtest/gtest.h>
 
 #include <array>

@@ -41,7 +41,20 @@ TEST(ImageParsers, BinaryDescriptionsCutAtEveryByteAreRefusedUntilWhole) {
         } else {
             ASSERT_EQ(result, MdsParse::kOk);
             EXPECT_EQ(startsOf(table), (std::vector<Lba>{12345, 0, 450, 650}));
+            EXPECT_EQ(table.row(2).type, kTrackAudio) << "the record's mode byte 0xA9";
         }
+    }
+    // Track 1's record gives the data file's layout: 2448-byte sectors with their interleaved subchannel.
+    std::vector<uint8_t> withSub = mds;
+    withSub[376] = 2448 & 0xFF;
+    withSub[377] = 2448 >> 8;
+    for (const uint8_t subMode : {uint8_t{0x08}, uint8_t{0x00}}) {
+        withSub[361] = subMode;
+        TrackTable table;
+        MdsDataLayout data;
+        ASSERT_EQ(mdsParseDescriptor(withSub.data(), withSub.size(), table, &data), MdsParse::kOk);
+        EXPECT_EQ(data.stride, 2448);
+        EXPECT_EQ(data.subchannel, subMode == 0x08);
     }
     for (size_t cut = 0; cut <= toc.size(); ++cut) {
         TrackTable table;

@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "support/input_devices.h"
-#include "support/key_combo.h"
+#include "input/input_devices.h"
+#include "input/key_combo.h"
 #include "support/list_pool.h"
 #include "tests/unit/input_fakes.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 namespace lumadisc::unit {
 

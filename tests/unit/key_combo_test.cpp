@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "support/key_combo.h"
+#include "input/key_combo.h"
 
 namespace lumadisc {
 namespace {

@@ -1,3 +1,4 @@
+// The log: levels against the threshold, cut messages, a file that cannot be opened, two writers.
 #include <gtest/gtest.h>
 
 #include <sstream>

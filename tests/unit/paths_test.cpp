@@ -1,3 +1,4 @@
+// The path helpers: extension replacement, trailing separators, directory and file name, endings.
 #include <gtest/gtest.h>
 
 #include <cerrno>

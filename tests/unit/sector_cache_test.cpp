@@ -1,5 +1,4 @@
-// The sector caches: free-list order, range limits, the ten-minute reclaim, release and rebuild; and
-// the stopwatches and queues they are built on.
+// The sector caches: free-list order, range limits, the ten-minute reclaim, release and rebuild.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -118,94 +117,6 @@ TEST_F(SectorCacheTest, AnAllocationFailureDisablesOnlyThatCache) {
     cache_.init(20);
     EXPECT_FALSE(cache_.disabled());
     EXPECT_EQ(store(1, 1), 0);
-}
-
-// The stopwatches the caches time their entries with.
-class TimersTest : public SectorCacheTest {};
-
-TEST_F(TimersTest, SlotsRunOutAndComeBack) {
-    for (int i = 0; i < kTimerSlots; ++i) EXPECT_EQ(timerCreate(), i);
-    EXPECT_EQ(timerCreate(), -1);
-
-    int three = 3;
-    timerDestroy(&three);
-    EXPECT_EQ(three, -1);
-    int again = 3;
-    timerDestroy(&again);  // already free: nothing changes
-    EXPECT_EQ(again, 3);
-    EXPECT_EQ(timerCreate(), 3);
-    EXPECT_EQ(timerCreate(), -1);
-
-    timerShutdown();  // frees everything
-    EXPECT_EQ(timerCreate(), 0);
-}
-
-TEST_F(TimersTest, ElapsedSecondsFollowTheClock) {
-    const int a = timerCreate();
-    const int b = timerCreate();
-    timerRestart(a);
-    EXPECT_DOUBLE_EQ(timerElapsed(a), 0.0);
-    clock_.now += 1'500'000'000;
-    timerRestart(b);
-    clock_.now += 250'000;
-    EXPECT_DOUBLE_EQ(timerElapsed(a), 1.50025);
-    EXPECT_DOUBLE_EQ(timerElapsed(b), 0.00025);
-    clock_.now += 600LL * 1'000'000'000;  // the caches' ten-minute idle limit
-    EXPECT_GT(timerElapsed(b), 600.0);
-
-    timerRestart(-1);  // out-of-range indices are ignored
-    EXPECT_EQ(timerElapsed(kTimerSlots), 0.0);
-}
-
-TEST(SystemClock, IsTheDefault) {
-    installClock(nullptr);
-    EXPECT_EQ(&currentClock(), &systemClock());
-}
-
-// The queues behind the caches' free lists.
-class QueuePoolTest : public SectorCacheTest {};
-
-TEST_F(QueuePoolTest, OverflowKeepsWhatWasWrittenAndWraps) {
-    const int queue = queueCreate();
-    ASSERT_EQ(queueAllocate(queue, 8), 0);
-    const uint8_t bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-    EXPECT_EQ(queueWrite(queue, bytes, 6), 0);
-    EXPECT_EQ(queueWrite(queue, bytes + 6, 2), 0);
-    EXPECT_TRUE(queueFull(queue));
-    EXPECT_EQ(queueWrite(queue, bytes, 1), -1);
-
-    uint8_t out[8] = {};
-    EXPECT_EQ(queueRead(queue, out, 5), 0);
-    EXPECT_EQ(queueWrite(queue, bytes, 7), -1);  // 5 fit, wrapping round the buffer end
-    EXPECT_EQ(queueRead(queue, out, 8), 0);
-    EXPECT_EQ(std::vector<uint8_t>(out, out + 8), (std::vector<uint8_t>{6, 7, 8, 1, 2, 3, 4, 5}));
-    EXPECT_TRUE(queueEmpty(queue));
-}
-
-TEST_F(QueuePoolTest, UnderflowDeliversWhatWasThere) {
-    const int queue = queueCreate();
-    ASSERT_EQ(queueAllocate(queue, 8), 0);
-    const uint8_t bytes[3] = {7, 8, 9};
-    ASSERT_EQ(queueWrite(queue, bytes, 3), 0);
-    uint8_t out[4] = {0, 0, 0, 0xEE};
-    EXPECT_EQ(queueRead(queue, out, 4), -1);
-    EXPECT_EQ(std::vector<uint8_t>(out, out + 4), (std::vector<uint8_t>{7, 8, 9, 0xEE}));
-    EXPECT_TRUE(queueEmpty(queue));
-    EXPECT_EQ(queueAllocate(queue, 4), 0);  // a new buffer starts empty
-    EXPECT_TRUE(queueEmpty(queue));
-}
-
-TEST_F(QueuePoolTest, BadHandlesAndExhaustion) {
-    uint8_t byte = 1;
-    EXPECT_EQ(queueRead(kQueueSlots, &byte, 1), -1);
-    const int unallocated = queueCreate();
-    EXPECT_EQ(queueWrite(unallocated, &byte, 1), -1);
-    for (int i = 1; i < kQueueSlots; ++i) EXPECT_EQ(queueCreate(), i);
-    EXPECT_EQ(queueCreate(), -1);
-    int handle = 5;
-    queueDestroy(&handle);
-    EXPECT_EQ(handle, -1);
-    EXPECT_EQ(queueCreate(), 5);
 }
 
 }  // namespace

@@ -1,14 +1,17 @@
-// The settings file, and the catalogue, the recent list and the pool of lists it fills.
+// The settings file: every key in order, round trips, the library's reading, lists, failures.
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "config/settings.h"
+#include "config/settings_table.h"
 #include "config/catalogue.h"
 #include "scratch_directory.h"
 #include "support/list_pool.h"
@@ -55,9 +58,12 @@ TEST_F(SettingsTest, SaveWritesEveryKeyInOrder) {
     expected += "\n[hot keys]\n";
     const char* const defaults[kHotKeyActionCount] = {"0110004436", "", "", "", "", "", "", "", "0110004b",
                                                       "0110004c",   "0110005f"};
+    const char* const names[kHotKeyActionCount] = {
+        "configdialog",       "showstatus",         "togglecdxa", "togglecdda", "decreasecdxavolume",
+        "increasecdxavolume", "decreasecddavolume", "increasecddavolume", "coveropen", "coverclose", "cdswapping"};
     for (int slot = 0; slot < kHotKeySlots; ++slot) {
         for (int action = 0; action < kHotKeyActionCount; ++action) {
-            expected += keyLine(kHotKeyActionNames[action] + std::to_string(slot), slot == 0 ? defaults[action] : "");
+            expected += keyLine(names[action] + std::to_string(slot), slot == 0 ? defaults[action] : "");
         }
     }
     expected += "\n\n[misc]\n" + keyLine("showstatus", "true") + keyLine("coveropened", "false") +
@@ -208,156 +214,50 @@ TEST_F(SettingsTest, WithoutTheConfigsDirectoryNothingIsWritten) {
     ASSERT_EQ(rmdir("configs"), 0);
     Settings s;
     settingsDefaults(&s);
-    EXPECT_EQ(settingsSave(&s), 0);
+    EXPECT_EQ(settingsSave(&s), -1) << "nothing was written, and the caller hears so";
     EXPECT_FALSE(unit::fileExists("configs"));
 }
 
-// The catalogue and the recent list the settings file carries, handled directly.
-class CatalogueTest : public SettingsTest {
-protected:
-    static void addEntry(const char* path) {
-        std::string copy(path);
-        catalogueAddEntry(copy.data());
+}  // namespace
+}  // namespace lumadisc
+
+namespace lumadisc {
+namespace {
+
+// docs/settings.md gives each key of the settings table a line "| `section:key` | kind | default |
+// range |"; the kind, default and range must be the table's.
+TEST(SettingsTable, TheDocumentedKeysAreTheTablesWithItsDefaultsAndRanges) {
+    std::ifstream in(std::string(LUMADISC_SOURCE_DIR) + "/docs/settings.md");
+    std::string docs((std::istreambuf_iterator<char>(in)), {});
+    ASSERT_FALSE(docs.empty());
+    for (const SettingRow& row : settingRows()) {
+        const bool hotKey = row.kind == SettingKind::kHotKey;
+        const std::string name = std::string(row.section) + ":" + (hotKey ? "<action><slot>" : row.key);
+        const size_t at = docs.find("| `" + name + "` |");
+        ASSERT_NE(at, std::string::npos) << name << " is not documented";
+        const std::string line = docs.substr(at, docs.find('\n', at) - at);
+        std::string kind, defaultText, range;
+        switch (row.kind) {
+        case SettingKind::kFlag:
+            kind = "flag", defaultText = row.defaultNumber ? "true" : "false", range = "true/false";
+            break;
+        case SettingKind::kNumber:
+            kind = "number", defaultText = std::to_string(row.defaultNumber);
+            range = std::to_string(row.low) + ".." + std::to_string(row.high) + (*row.unit ? " " : "") + row.unit;
+            break;
+        case SettingKind::kText:
+            kind = "text", defaultText = *row.defaultText ? row.defaultText : "empty", range = "up to " + std::to_string(row.size - 1) + " characters";
+            break;
+        case SettingKind::kHotKey:
+            kind = "key combination", defaultText = "see below", range = "up to " + std::to_string(row.size - 1) + " characters";
+            break;
+        }
+        const std::string expected = "| `" + name + "` | " + kind + " | " + defaultText + " | " + range;
+        EXPECT_EQ(line.substr(0, expected.size()), expected) << line;
+        if (row.kind == SettingKind::kNumber && !row.clamped) {
+            EXPECT_NE(line.find("not clamped"), std::string::npos) << line;
+        }
     }
-    // (directory, file name) pairs in list order.
-    static std::vector<std::pair<std::string, std::string>> entries() {
-        std::vector<std::pair<std::string, std::string>> out;
-        for (int i = 0; i < catalogueEntryCount(); ++i) out.emplace_back(catalogueEntry(i)->directory, catalogueEntry(i)->fileName);
-        return out;
-    }
-    static std::vector<std::string> dirs() {
-        std::vector<std::string> out;
-        for (int i = 0; i < catalogueDirCount(); ++i) out.emplace_back(catalogueDir(i));
-        return out;
-    }
-};
-
-using Entries = std::vector<std::pair<std::string, std::string>>;
-
-TEST_F(CatalogueTest, EntriesSplitAtTheLastBackslashWithoutDuplicates) {
-    struct Case { std::vector<const char*> added; Entries expected; };
-    const Case cases[] = {
-        {{"C:\\images\\game.cue", "C:\\images\\game.cue\\"}, {{"C:\\images\\", "game.cue"}}},
-        {{"D:\\"}, {{"", "D:"}}},
-        {{"game.cue", "\\game.cue"}, {{"", "game.cue"}, {"\\", "game.cue"}}},
-        {{"C:\\a\\x.cue", "C:\\A\\x.cue", "C:\\a\\x.cue"}, {{"C:\\a\\", "x.cue"}, {"C:\\A\\", "x.cue"}}},
-        {{"\\", ""}, {{"", ""}}},
-    };
-    for (const Case& c : cases) {
-        catalogueClear();
-        for (const char* path : c.added) addEntry(path);
-        EXPECT_EQ(entries(), c.expected) << c.added.front();
-    }
-    char path[] = "C:\\images\\";
-    catalogueAddEntry(path);
-    EXPECT_STREQ(path, "C:\\images");  // the caller's text loses its trailing backslash
-}
-
-TEST_F(CatalogueTest, DirectoriesEndInABackslashWithoutExactDuplicates) {
-    catalogueAddDir("C:\\images");
-    catalogueAddDir("C:\\images\\");
-    catalogueAddDir("C:\\Images");
-    catalogueAddDir("");
-    EXPECT_EQ(dirs(), (std::vector<std::string>{"C:\\images\\", "C:\\Images\\", "\\"}));
-    EXPECT_EQ(catalogueDir(3), nullptr);
-    EXPECT_EQ(catalogueDir(-1), nullptr);
-    EXPECT_EQ(catalogueEntry(0), nullptr);
-    catalogueClear();
-    EXPECT_EQ(catalogueDirCount(), 0);
-}
-
-TEST_F(CatalogueTest, WithoutListsNothingIsKeptOrLeaked) {
-    recentShutdown();
-    catalogueShutdown();
-    addEntry("C:\\a.cue");
-    recentAdd(strdup("/disc"));  // taken over and freed
-    EXPECT_EQ(catalogueEntryCount(), 0);
-    EXPECT_EQ(recentCount(), 0);
-
-    // A full pool: init reports 1.
-    std::vector<int> lists;
-    for (int list; (list = listCreate(nullptr)) != -1;) lists.push_back(list);
-    EXPECT_EQ(catalogueInit(), 1);
-    EXPECT_EQ(recentInit(), 1);
-    listDestroy(&lists.back());
-    listDestroy(&lists.front());
-    EXPECT_EQ(recentInit(), 0);
-    EXPECT_EQ(catalogueInit(), 1);  // one list short
-}
-
-TEST_F(CatalogueTest, InitAgainStartsOverWithEmptyLists) {
-    addEntry("C:\\a.cue");
-    recentAdd(strdup("/disc"));
-    ASSERT_EQ(catalogueInit(), 0);
-    ASSERT_EQ(recentInit(), 0);
-    EXPECT_EQ(catalogueEntryCount(), 0);
-    EXPECT_EQ(recentCount(), 0);
-}
-
-// The pool of lists behind the catalogue and the recent list.
-// Elements are small integers stored in the pointer itself; the destructor counts releases.
-int g_released = 0;
-void countRelease(void*) { ++g_released; }
-void* item(intptr_t value) { return reinterpret_cast<void*>(value); }
-intptr_t value(void* element) { return reinterpret_cast<intptr_t>(element); }
-
-// Only what the catalogue uses: create, destroy, append, clear, cursorTo, element, count.
-class ListPoolTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        listPoolInit();
-        g_released = 0;
-    }
-    void TearDown() override { listPoolShutdown(); }
-
-    int makeList(std::initializer_list<intptr_t> values) {
-        const int list = listCreate(countRelease);
-        for (intptr_t v : values) listAppend(list, item(v));
-        return list;
-    }
-};
-
-TEST_F(ListPoolTest, PoolExhaustionAndHandleReuse) {
-    std::vector<int> handles;
-    for (int i = 0; i < kListSlots; ++i) handles.push_back(listCreate(nullptr));
-    EXPECT_EQ(handles.front(), 0);
-    EXPECT_EQ(handles.back(), kListSlots - 1);
-    EXPECT_EQ(listCreate(nullptr), -1);
-
-    int victim = handles[7];
-    listDestroy(&victim);
-    EXPECT_EQ(victim, -1);
-    int none = -1;
-    int stale = handles[7];
-    listDestroy(&none);   // ignored
-    listDestroy(&stale);  // names a free slot: ignored, handle kept
-    EXPECT_EQ(stale, 7);
-    EXPECT_EQ(listCreate(nullptr), 7);
-}
-
-TEST_F(ListPoolTest, CursorStopsAtTheEnds) {
-    const int list = makeList({10, 20, 30});
-    EXPECT_EQ(value(listElement(list)), 10);  // the first node becomes the cursor
-    listCursorTo(list, 1);
-    EXPECT_EQ(value(listElement(list)), 20);
-    listCursorTo(list, 99);
-    EXPECT_EQ(value(listElement(list)), 30);
-    EXPECT_EQ(listCount(list), 3);
-    const int empty = listCreate(nullptr);
-    EXPECT_EQ(listElement(empty), nullptr);
-    EXPECT_EQ(listCount(empty), 0);
-}
-
-TEST_F(ListPoolTest, ElementsAreReleasedExactlyOnce) {
-    const int list = makeList({1, 2, 3});
-    listClear(list);
-    EXPECT_EQ(g_released, 3);
-    EXPECT_EQ(listCount(list), 0);
-    makeList({5, 6});
-    listPoolShutdown();
-    EXPECT_EQ(g_released, 5);
-    listClear(list);  // a handle of the old pool is ignored
-    EXPECT_EQ(g_released, 5);
 }
 
 }  // namespace

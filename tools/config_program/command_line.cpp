@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "tools/config_program/disc_preview.h"
 #include "tools/config_program/settings_file.h"
 #include "tools/config_program/settings_keys.h"
 
@@ -53,16 +54,19 @@ bool discPath(const std::string& given, std::string* path, std::string* why) {
 }  // namespace
 
 std::string commandLineUsage() {
-    return "usage: lumadisc-config [OPTION]...\n"
-           "Edits ./configs/lumaDisc.ini, the settings of the lumaDisc CD-ROM plugin, in the working directory.\n"
+    return "usage: lumadisc-config [--dir DIR] [OPTION]...\n"
+           "Edits configs/lumaDisc.ini, the settings of the lumaDisc CD-ROM plugin: the one in the working\n"
+           "directory when it has configs/, else the emulator's (~/.pcsxr/plugins/configs/lumaDisc.ini).\n"
            "Without options it opens the settings window (this needs a display).\n"
+           "  --dir DIR               the directory that holds configs/ (an emulator's plugin directory)\n"
            "  --list                  every key with its value, range and default, then the recently used discs\n"
            "  --get SECTION:KEY       the value of one key (for example \"cdrom property:cachinglevel\")\n"
-           "  --set SECTION:KEY=VALUE changes one key; flags take true or false\n"
-           "  --disc PATH             the disc to play (an image or a drive), also added to the recently used list;\n"
-           "                          an empty PATH means no disc\n"
+           "  --set SECTION:KEY=VALUE changes one key; flags take true or false, numbers a whole number in range\n"
+           "  --disc PATH             the disc to play (an image or a drive the plugin opens), also added to the\n"
+           "                          recently used list; an empty PATH means no disc\n"
            "  --help                  this text\n"
-           "Options can be repeated; when one is refused (exit code 2) nothing is written.\n";
+           "Options can be repeated. --list and --get only read. A change prints the file it wrote; when an\n"
+           "option is refused, or the file cannot be used, nothing is written and the exit code is 2.\n";
 }
 
 bool splitOptions(const std::string& line, std::vector<std::string>* words) {
@@ -76,6 +80,7 @@ bool splitOptions(const std::string& line, std::vector<std::string>* words) {
 int runCommandLine(const std::vector<std::string>& arguments) {
     bool list = false;
     bool discGiven = false;
+    std::string directory;
     std::string disc;
     std::vector<const SettingKey*> gets;
     std::vector<Change> changes;
@@ -89,11 +94,15 @@ int runCommandLine(const std::vector<std::string>& arguments) {
             list = true;
             continue;
         }
-        if (option != "--get" && option != "--set" && option != "--disc") {
+        if (option != "--get" && option != "--set" && option != "--disc" && option != "--dir") {
             return refuse("unknown option " + option + "\n" + commandLineUsage());
         }
         if (i + 1 >= arguments.size()) return refuse(option + " needs a value");
         const std::string value = arguments[++i];
+        if (option == "--dir") {
+            directory = value;
+            continue;
+        }
         if (option == "--disc") {
             std::string why;
             if (!discPath(value, &disc, &why)) return refuse(why);
@@ -115,10 +124,7 @@ int runCommandLine(const std::vector<std::string>& arguments) {
 
     SettingsFile file;
     std::string why;
-    if (!file.open(&why)) {
-        std::fprintf(stderr, "lumadisc-config: %s\n", why.c_str());
-        return 1;
-    }
+    if (!file.open(&why, directory)) return refuse(why);
     for (const Change& change : changes) {
         if (!setSettingValue(&file.settings(), *change.key, change.value, &why)) {
             return refuse("refused " + change.key->fullName() + "=" + change.value + ": " + why +
@@ -128,12 +134,13 @@ int runCommandLine(const std::vector<std::string>& arguments) {
     if (discGiven) {
         if (!setSettingValue(&file.settings(), *findSettingKey("cd selection:current"), disc, &why))
             return refuse("refused the disc " + disc + ": " + why + "; nothing was written");
+        if (!discOpens(file.settings(), disc, &why)) return refuse("refused the disc " + disc + ": " + why + "; nothing was written");
         if (!disc.empty()) file.addRecent(disc);
     }
-    const bool written = !changes.empty() || discGiven ? file.save(&why) : file.createIfMissing(&why);
-    if (!written) {
-        std::fprintf(stderr, "lumadisc-config: %s\n", why.c_str());
-        return 1;
+    // Only a change writes; reading creates nothing.
+    if (!changes.empty() || discGiven) {
+        if (!file.save(&why)) return refuse(why);
+        std::printf("lumadisc-config: wrote %s\n", file.path().c_str());
     }
     for (const SettingKey* key : gets) std::printf("%s\n", settingValue(file.settings(), *key).c_str());
     if (list) printList(file);

@@ -11,9 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "support/combo_capture.h"
-#include "support/input_devices.h"
-#include "support/key_combo.h"
+#include "reader/disc_kinds.h"
+#include "tools/common/combo_capture.h"
+#include "tools/common/combo_display.h"
+#include "input/input_devices.h"
+#include "input/key_combo.h"
 #include "tools/config_program/disc_preview.h"
 #include "tools/config_program/settings_file.h"
 #include "tools/config_program/settings_keys.h"
@@ -107,11 +109,11 @@ void showDiscInfo(Window& w) {
 
 void onDiscChanged(GtkEntry*, gpointer data) { showDiscInfo(*static_cast<Window*>(data)); }
 
-void onRecentChosen(GtkComboBox* box, gpointer data) {
+void onRecentChosen(GtkListBox*, GtkListBoxRow* row, gpointer data) {
     auto& w = *static_cast<Window*>(data);
-    gchar* text = gtk_combo_box_text_get_active_text(GTK_COMBO_BOX_TEXT(box));
+    if (row == nullptr) return;
+    const auto* text = static_cast<const char*>(g_object_get_data(G_OBJECT(row), "path"));
     if (text != nullptr) gtk_entry_set_text(GTK_ENTRY(w.discEntry), text);
-    g_free(text);
 }
 
 void onNoDisc(GtkButton*, gpointer data) { gtk_entry_set_text(GTK_ENTRY(static_cast<Window*>(data)->discEntry), ""); }
@@ -126,19 +128,34 @@ void onBrowse(GtkButton*, gpointer data) {
     GtkWidget* chooser = gtk_file_chooser_dialog_new("Choose a disc image", GTK_WINDOW(w.window),
                                                      GTK_FILE_CHOOSER_ACTION_OPEN, "_Cancel", GTK_RESPONSE_CANCEL,
                                                      "_Open", GTK_RESPONSE_ACCEPT, nullptr);
+    // The disc kinds the plugin reads, from its own list of kinds.
     GtkFileFilter* discs = gtk_file_filter_new();
-    gtk_file_filter_set_name(discs, "Disc images (cue, ccd, mds, toc, chd, exe)");
-    for (const char* pattern : {"*.cue", "*.ccd", "*.mds", "*.toc", "*.chd", "*.exe", "*.psx", "*.psexe"}) {
-        gtk_file_filter_add_pattern(discs, pattern);
+    std::string names;
+    for (const DiscKind& kind : discKinds()) {
+        if (kind.filterPatterns == nullptr) continue;
+        const std::string pattern = kind.filterPatterns;
+        gtk_file_filter_add_pattern(discs, pattern.c_str());
         std::string upper = pattern;
         for (char& c : upper) c = static_cast<char>(g_ascii_toupper(c));
         gtk_file_filter_add_pattern(discs, upper.c_str());
+        names += (names.empty() ? "" : ", ") + pattern.substr(2);
     }
+    gtk_file_filter_set_name(discs, ("Disc images (" + names + ")").c_str());
     gtk_file_chooser_add_filter(GTK_FILE_CHOOSER(chooser), discs);
     GtkFileFilter* all = gtk_file_filter_new();
     gtk_file_filter_set_name(all, "All files");
     gtk_file_filter_add_pattern(all, "*");
     gtk_file_chooser_add_filter(GTK_FILE_CHOOSER(chooser), all);
+    // It opens where the current disc is, not in the toolkit's recent files.
+    const std::string current = gtk_entry_get_text(GTK_ENTRY(w.discEntry));
+    const size_t slash = current.rfind('/');
+    const std::string folder = slash == std::string::npos ? "" : current.substr(0, slash == 0 ? 1 : slash);
+    struct stat status {};
+    if (!folder.empty() && stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+        gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(chooser), folder.c_str());
+    } else if (const char* home = g_get_home_dir()) {
+        gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(chooser), home);
+    }
     if (gtk_dialog_run(GTK_DIALOG(chooser)) == GTK_RESPONSE_ACCEPT) {
         gchar* name = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(chooser));
         if (name != nullptr) gtk_entry_set_text(GTK_ENTRY(w.discEntry), name);
@@ -165,15 +182,32 @@ void buildDiscPage(Window& w, GtkWidget* notebook) {
     gtk_grid_attach(GTK_GRID(grid), w.discEntry, 1, 0, 1, 1);
     gtk_grid_attach(GTK_GRID(grid), browse, 2, 0, 1, 1);
 
-    w.recent = gtk_combo_box_text_new();
-    for (const std::string& item : w.file->recent()) gtk_combo_box_text_append_text(GTK_COMBO_BOX_TEXT(w.recent), item.c_str());
+    // The discs played before, shown as a list (the newest first); choosing one makes it the disc.
+    w.recent = gtk_list_box_new();
+    gtk_list_box_set_activate_on_single_click(GTK_LIST_BOX(w.recent), TRUE);
+    for (const std::string& item : w.file->recent()) {
+        GtkWidget* row = gtk_list_box_row_new();
+        GtkWidget* text = gtk_label_new(item.c_str());
+        gtk_widget_set_halign(text, GTK_ALIGN_START);
+        gtk_label_set_ellipsize(GTK_LABEL(text), PANGO_ELLIPSIZE_START);
+        gtk_container_add(GTK_CONTAINER(row), text);
+        g_object_set_data_full(G_OBJECT(row), "path", g_strdup(item.c_str()), g_free);
+        gtk_list_box_insert(GTK_LIST_BOX(w.recent), row, -1);
+    }
+    if (w.file->recent().empty()) gtk_list_box_set_placeholder(GTK_LIST_BOX(w.recent), gtk_label_new("(none yet)"));
     gtk_widget_set_tooltip_text(w.recent, "Discs played before; choosing one makes it the disc");
-    g_signal_connect(w.recent, "changed", G_CALLBACK(onRecentChosen), &w);
+    g_signal_connect(w.recent, "row-activated", G_CALLBACK(onRecentChosen), &w);
+    GtkWidget* recentScroll = gtk_scrolled_window_new(nullptr, nullptr);
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(recentScroll), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_widget_set_size_request(recentScroll, -1, 90);
+    gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(recentScroll), GTK_SHADOW_IN);
+    gtk_container_add(GTK_CONTAINER(recentScroll), w.recent);
     GtkWidget* recentLabel = gtk_label_new_with_mnemonic("_Recently used:");
     gtk_label_set_mnemonic_widget(GTK_LABEL(recentLabel), w.recent);
     gtk_widget_set_halign(recentLabel, GTK_ALIGN_START);
+    gtk_widget_set_valign(recentLabel, GTK_ALIGN_START);
     gtk_grid_attach(GTK_GRID(grid), recentLabel, 0, 1, 1, 1);
-    gtk_grid_attach(GTK_GRID(grid), w.recent, 1, 1, 2, 1);
+    gtk_grid_attach(GTK_GRID(grid), recentScroll, 1, 1, 2, 1);
 
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
     GtkWidget* none = gtk_button_new_with_mnemonic("_No CD (bios shell)");
@@ -194,6 +228,12 @@ void buildDiscPage(Window& w, GtkWidget* notebook) {
 
     w.discInfo = gtk_label_new("");
     gtk_widget_set_halign(w.discInfo, GTK_ALIGN_START);
+    gtk_widget_set_valign(w.discInfo, GTK_ALIGN_START);
+    gtk_label_set_selectable(GTK_LABEL(w.discInfo), TRUE);
+    PangoAttrList* mono = pango_attr_list_new();
+    pango_attr_list_insert(mono, pango_attr_family_new("monospace"));
+    gtk_label_set_attributes(GTK_LABEL(w.discInfo), mono);
+    pango_attr_list_unref(mono);
     gtk_widget_set_tooltip_text(w.discInfo, "What the plugin makes of the chosen disc");
     gtk_grid_attach(GTK_GRID(grid), w.discInfo, 1, 3, 2, 1);
     g_signal_connect(w.discEntry, "changed", G_CALLBACK(onDiscChanged), &w);
@@ -203,7 +243,7 @@ void buildDiscPage(Window& w, GtkWidget* notebook) {
 void showCombo(Window& w, int action, int slot) {
     const std::string& text = w.combos[action][slot];
     gtk_label_set_text(GTK_LABEL(w.comboLabels[action][slot]),
-                       text.empty() ? "Unassigned" : comboText(comboParse(text.c_str())));
+                       text.empty() ? "Unassigned" : comboDisplayText(comboParse(text.c_str())).c_str());
 }
 
 void endCapture(Window& w) {
@@ -368,7 +408,7 @@ int runDialog(int argc, char** argv) {
     }
     SettingsFile file;
     std::string why;
-    if (!file.open(&why) || !file.createIfMissing(&why)) {
+    if (!file.open(&why)) {  // the file is written on OK only
         std::fprintf(stderr, "lumadisc-config: %s\n", why.c_str());
         return 2;
     }
@@ -386,14 +426,14 @@ int runDialog(int argc, char** argv) {
     addNumber(w, reading, 1, "cdrom property:cachinglevel", "Cache si_ze (sectors):", false);
     addFlag(w, reading, 2, "cdrom property:readsubchannels", "Read su_bchannel data");
     addFlag(w, reading, 3, "cdrom property:ppfpatching", "Apply _PPF patches");
-    addNumber(w, reading, 4, "cdrom property:speedlimitation", "Drive _speed limit (x, 0 = fastest):", false);
-    addNumber(w, reading, 5, "cdrom property:spindowntime", "Drive spin-down t_ime:", false);
-    addNumber(w, reading, 6, "cdrom property:tryagainonerror", "Retries on a read e_rror:", false);
+    addNumber(w, reading, 4, "cdrom property:speedlimitation", "Drive _speed limit (x single speed, 0 = fastest):", false);
+    addNumber(w, reading, 5, "cdrom property:spindowntime", "Drive spin-down t_ime (s, 0 = the drive's own):", false);
+    addNumber(w, reading, 6, "cdrom property:tryagainonerror", "Retries on a read e_rror (times):", false);
     GtkWidget* audio = newPage(notebook, "_Audio");
     addFlag(w, audio, 0, "cdrom property:playcdda", "_Play CD audio tracks");
-    addNumber(w, audio, 1, "cdrom property:cddavolumelevel", "CD audio _volume:", true);
+    addNumber(w, audio, 1, "cdrom property:cddavolumelevel", "CD audio _volume (%):", true);
     addFlag(w, audio, 2, "cdrom property:playcdxa", "Play _XA audio");
-    addNumber(w, audio, 3, "cdrom property:cdxavolumelevel", "XA vo_lume:", true);
+    addNumber(w, audio, 3, "cdrom property:cdxavolumelevel", "XA vo_lume (%):", true);
     buildHotKeyPage(w, notebook);
     GtkWidget* misc = newPage(notebook, "_Misc");
     addFlag(w, misc, 0, "misc:enablelogging", "Write a _log (lumaDisc.log)");
@@ -407,6 +447,12 @@ int runDialog(int argc, char** argv) {
     g_signal_connect(ok, "clicked", G_CALLBACK(onOk), &w);
     g_signal_connect(cancel, "clicked", G_CALLBACK(onCancel), &w);
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+    // Which file OK writes: the emulator reads this one.
+    GtkWidget* where = gtk_label_new(("Settings file: " + file.path()).c_str());
+    gtk_label_set_ellipsize(GTK_LABEL(where), PANGO_ELLIPSIZE_START);
+    gtk_widget_set_tooltip_text(where, file.path().c_str());
+    gtk_box_pack_start(GTK_BOX(buttons), where, TRUE, TRUE, 0);
+    gtk_widget_set_halign(where, GTK_ALIGN_START);
     gtk_box_pack_end(GTK_BOX(buttons), ok, FALSE, FALSE, 0);
     gtk_box_pack_end(GTK_BOX(buttons), cancel, FALSE, FALSE, 0);
     GtkWidget* box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 6);

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "config/catalogue.h"
 
@@ -36,18 +38,30 @@ SettingsFile::~SettingsFile() {
     catalogueShutdown();
 }
 
-bool SettingsFile::open(std::string* why) {
-    // The plugin starts this program inside "configs" itself (the classic face) or in the host's
-    // directory; the file is always the one the plugin reads as ./configs/lumaDisc.ini.
-    std::string here = currentDirectory();
-    const size_t slash = here.rfind('/');
-    if (!isDirectory("configs") && here.substr(slash + 1) == "configs") {
-        if (chdir("..") != 0) {
-            *why = "cannot enter the directory above " + here + ": " + std::strerror(errno);
-            return false;
-        }
-        here = currentDirectory();
+bool SettingsFile::open(std::string* why, const std::string& directory) {
+    std::string target = directory;
+    if (target.empty()) {
+        // The plugin starts this program inside "configs" itself (the classic face) or in the host's
+        // directory; from a shell elsewhere the file is the emulator's, in its plugin directory.
+        const std::string here = currentDirectory();
+        const bool insideConfigs = !isDirectory("configs") && here.substr(here.rfind('/') + 1) == "configs";
+        const char* home = std::getenv("HOME");
+        if (insideConfigs) target = "..";
+        else if (!isDirectory("configs") && home != nullptr && *home != '\0') target = std::string(home) + "/.pcsxr/plugins";
     }
+    // A directory that is not there yet (an emulator not started once) is made when the file is written.
+    if (!target.empty() && !isDirectory(target.c_str())) {
+        pending_ = target;
+        path_ = target + "/configs/lumaDisc.ini";
+        existed_ = false;
+        return true;
+    }
+    if (!target.empty() && chdir(target.c_str()) != 0) {
+        *why = "cannot use the settings directory " + target + ": " + std::strerror(errno) +
+               (directory.empty() ? " (--dir names another)" : "");
+        return false;
+    }
+    const std::string here = currentDirectory();
     path_ = (here == "/" ? "" : here) + "/configs/lumaDisc.ini";
     existed_ = access(kSettingsPath, F_OK) == 0;
     if (existed_ && settingsLoad(&settings_) != 0) {
@@ -58,18 +72,20 @@ bool SettingsFile::open(std::string* why) {
 }
 
 bool SettingsFile::save(std::string* why) {
+    if (!pending_.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(pending_, error);
+        if (error || chdir(pending_.c_str()) != 0) {
+            *why = "cannot create " + pending_ + ": " + (error ? error.message() : std::strerror(errno));
+            return false;
+        }
+        pending_.clear();
+    }
     if (mkdir("configs", 0755) != 0 && errno != EEXIST) {
         *why = "cannot create " + path_.substr(0, path_.rfind('/')) + ": " + std::strerror(errno);
         return false;
     }
-    // The settings code is silent when it cannot write: the file's new time and size tell.
-    struct stat before {};
-    const bool had = stat(kSettingsPath, &before) == 0;
-    settingsSave(&settings_);
-    struct stat after {};
-    if (stat(kSettingsPath, &after) != 0 ||
-        (had && after.st_ino == before.st_ino && after.st_mtim.tv_sec == before.st_mtim.tv_sec &&
-         after.st_mtim.tv_nsec == before.st_mtim.tv_nsec)) {
+    if (settingsSave(&settings_) != 0) {
         *why = "cannot write " + path_;
         return false;
     }

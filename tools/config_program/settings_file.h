@@ -16,13 +16,17 @@ public:
     SettingsFile(const SettingsFile&) = delete;
     SettingsFile& operator=(const SettingsFile&) = delete;
 
-    // Moves to the directory that holds "configs" (see docs/config-program.md) and loads the file, or
-    // the defaults when it is missing; false with *why when the directory cannot be used.
-    bool open(std::string* why);
+    // Moves to the directory that holds "configs" and loads the file, or the defaults when it is
+    // missing; false with *why when the directory cannot be used. The directory is `directory` when one
+    // is given; otherwise the working directory when it has "configs" (or is "configs", as when the
+    // plugin starts the program), else the emulator's plugin directory ~/.pcsxr/plugins
+    // (docs/config-program.md). Nothing is created here.
+    bool open(std::string* why, const std::string& directory = "");
     // Writes the record and the lists; false with *why when the file was not written.
     bool save(std::string* why);
     // Writes the defaults when there is no file yet.
     bool createIfMissing(std::string* why);
+    bool existed() const { return existed_; }
 
     Settings& settings() { return settings_; }
     // The settings file as a path a user can find.
@@ -36,6 +40,7 @@ private:
     Settings settings_{};
     bool existed_ = false;
     std::string path_;
+    std::string pending_;  // a settings directory to make at the first write
 };
 
 }  // namespace lumadisc::configprogram

@@ -1,5 +1,4 @@
-// The table of keys is built from the settings record's own defaults, so a default changed in the
-// plugin's settings code shows here without a second copy.
+// The keys are the plugin's own settings table (config/settings_table.h): no second list to drift.
 #include "tools/config_program/settings_keys.h"
 
 #include <strings.h>
@@ -8,7 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "support/key_combo.h"  // kComboInputs
+#include "config/settings_table.h"
+#include "input/key_combo.h"  // kComboInputs
 
 namespace lumadisc::configprogram {
 
@@ -20,97 +20,57 @@ struct Field {
     size_t size = 0;
 };
 
-struct NumberKey {
-    const char* section;
-    const char* name;
-    int32_t Settings::*field;
-    KeyKind kind;
-    int low, high;
-    const char* tooltip;
-};
-
-const NumberKey kNumberKeys[] = {
-    {"cdrom property", "playcdxa", &Settings::playcdxa, KeyKind::kFlag, 0, 1, "Play the compressed (XA) audio of discs"},
-    {"cdrom property", "cdxavolumelevel", &Settings::cdxavolumelevel, KeyKind::kNumber, 0, 100,
-     "Volume of the compressed (XA) audio in percent"},
-    {"cdrom property", "playcdda", &Settings::playcdda, KeyKind::kFlag, 0, 1, "Play the CD audio tracks of discs"},
-    {"cdrom property", "cddavolumelevel", &Settings::cddavolumelevel, KeyKind::kNumber, 0, 100,
-     "Volume of the CD audio tracks in percent"},
-    {"cdrom property", "readsubchannels", &Settings::readsubchannels, KeyKind::kFlag, 0, 1,
-     "Read the subchannel data of images and drives (some copy-protected discs need it)"},
-    {"cdrom property", "ppfpatching", &Settings::ppfpatching, KeyKind::kFlag, 0, 1,
-     "Apply a PPF patch found beside the image"},
-    {"cdrom property", "speedlimitation", &Settings::speedlimitation, KeyKind::kNumber, 0, 32,
-     "Read speed of a physical drive as a multiple of single speed; 0 for the drive's fastest"},
-    {"cdrom property", "tryagainonerror", &Settings::tryagainonerror, KeyKind::kNumber, 0, 16,
-     "Retries on a read error (kept for other programs sharing the file)"},
-    {"cdrom property", "spindowntime", &Settings::spindowntime, KeyKind::kNumber, 0, 600,
-     "Inactivity time after which a physical drive spins down"},
-    {"cdrom property", "caching", &Settings::caching, KeyKind::kFlag, 0, 1, "Keep read sectors in a cache"},
-    {"cdrom property", "cachinglevel", &Settings::cachinglevel, KeyKind::kNumber, 10, 100000,
-     "Size of the sector cache"},
-    {"misc", "showstatus", &Settings::showstatus, KeyKind::kFlag, 0, 1, "Show the status (kept for other programs)"},
-    {"misc", "coveropened", &Settings::coveropened, KeyKind::kFlag, 0, 1, "The emulated disc cover is open"},
-    {"misc", "calldialogonstart", &Settings::calldialogonstart, KeyKind::kFlag, 0, 1,
-     "Run this program each time the emulator opens the disc"},
-    {"misc", "enablelogging", &Settings::enablelogging, KeyKind::kFlag, 0, 1,
-     "Write lumaDisc.log in the emulator's directory"},
-    {"misc", "enabledebugger", &Settings::enabledebugger, KeyKind::kFlag, 0, 1, "Kept for other programs"},
-    {"misc", "savedialogparameters", &Settings::savedialogparameters, KeyKind::kFlag, 0, 1,
-     "Remember this window's place and size"},
-    {"misc", "savesettingsonexit", &Settings::savesettingsonexit, KeyKind::kFlag, 0, 1,
-     "Save the volumes and switches changed by hot keys when the emulator closes the disc"},
-    {"misc", "dialogx", &Settings::dialogx, KeyKind::kNumber, -100000, 100000, "This window's left edge"},
-    {"misc", "dialogy", &Settings::dialogy, KeyKind::kNumber, -100000, 100000, "This window's top edge"},
-    {"misc", "dialogw", &Settings::dialogw, KeyKind::kNumber, 0, 100000, "This window's width"},
-    {"misc", "dialogh", &Settings::dialogh, KeyKind::kNumber, 0, 100000, "This window's height"},
-};
-
 // Keys are compared without regard to case, as the file's reader does.
 bool sameName(const std::string& a, const std::string& b) { return strcasecmp(a.c_str(), b.c_str()) == 0; }
 
-Field fieldOf(Settings& s, const SettingKey& key) {
-    Field f;
-    for (const NumberKey& n : kNumberKeys) {
-        if (sameName(key.section, n.section) && sameName(key.name, n.name)) f.number = &(s.*n.field);
+KeyKind kindOf(SettingKind kind) {
+    switch (kind) {
+    case SettingKind::kFlag: return KeyKind::kFlag;
+    case SettingKind::kNumber: return KeyKind::kNumber;
+    case SettingKind::kText: return KeyKind::kText;
+    case SettingKind::kHotKey: break;
     }
-    if (f.number != nullptr) return f;
-    if (sameName(key.fullName(), "cd selection:current")) return {nullptr, s.current, sizeof s.current};
-    if (sameName(key.fullName(), "cd selection:filter")) return {nullptr, s.filter, sizeof s.filter};
-    if (sameName(key.fullName(), "misc:language")) return {nullptr, s.language, sizeof s.language};
-    for (int action = 0; action < kHotKeyActionCount; ++action) {
-        for (int slot = 0; slot < kHotKeySlots; ++slot) {
-            if (sameName(key.name, std::string(kHotKeyActionNames[action]) + std::to_string(slot)))
-                return {nullptr, s.hotKeys[action][slot], kHotKeyTextSize};
-        }
-    }
-    return f;
+    return KeyKind::kCombo;
 }
 
+Field fieldOf(Settings& s, const SettingKey& key) {
+    const SettingRow& row = settingRows()[key.row];
+    if (row.kind == SettingKind::kFlag || row.kind == SettingKind::kNumber) return {settingNumber(s, row), nullptr, 0};
+    return {nullptr, settingText(s, row, key.slot), row.size};
+}
+
+// One key per row of the plugin's settings table (one per slot of a hot key), in the file's order.
 std::vector<SettingKey> buildKeys() {
     Settings defaults;
     settingsDefaults(&defaults);
     std::vector<SettingKey> keys;
-    keys.push_back({"cd selection", "current", KeyKind::kText, 0, sizeof defaults.current - 1, "",
-                    "The disc image or drive the emulator gets; empty for no disc"});
-    keys.push_back({"cd selection", "filter", KeyKind::kText, 0, sizeof defaults.filter - 1, "",
-                    "Kept for other programs sharing the file"});
-    auto addNumbers = [&](const char* section) {
-        for (const NumberKey& n : kNumberKeys) {
-            if (std::strcmp(n.section, section) != 0) continue;
-            keys.push_back({n.section, n.name, n.kind, n.low, n.high, "", n.tooltip});
-        }
+    const auto add = [&](size_t index, int slot) {
+        const SettingRow& row = settingRows()[index];
+        const bool text = row.kind == SettingKind::kText || row.kind == SettingKind::kHotKey;
+        SettingKey key{row.section,
+                       row.kind == SettingKind::kHotKey ? std::string(row.key) + std::to_string(slot) : row.key,
+                       kindOf(row.kind),
+                       text ? 0 : row.low,
+                       text ? static_cast<int>(row.size) - 1 : row.high,
+                       "",
+                       row.kind == SettingKind::kHotKey ? std::string(row.help) + "; empty for none" : row.help,
+                       row.unit,
+                       index,
+                       slot};
+        keys.push_back(key);
     };
-    addNumbers("cdrom property");
-    for (int slot = 0; slot < kHotKeySlots; ++slot) {
-        for (int action = 0; action < kHotKeyActionCount; ++action) {
-            keys.push_back({"hot keys", std::string(kHotKeyActionNames[action]) + std::to_string(slot), KeyKind::kCombo,
-                            0, kHotKeyTextSize - 1, "", "Key combination of this action; empty for none"});
+    for (size_t i = 0; i < settingRows().size(); ++i) {
+        if (settingRows()[i].kind != SettingKind::kHotKey) {
+            add(i, 0);
+            continue;
         }
+        size_t last = i;
+        while (last + 1 < settingRows().size() && settingRows()[last + 1].kind == SettingKind::kHotKey) ++last;
+        for (int slot = 0; slot < kHotKeySlots; ++slot) {
+            for (size_t action = i; action <= last; ++action) add(action, slot);
+        }
+        i = last;
     }
-    addNumbers("misc");
-    keys.push_back({"misc", "language", KeyKind::kText, 0, sizeof defaults.language - 1, "",
-                    "Language of this program"});
     for (SettingKey& key : keys) key.defaultValue = settingValue(defaults, key);
     return keys;
 }
@@ -173,8 +133,9 @@ std::string settingRange(const SettingKey& key) {
 bool setSettingValue(Settings* settings, const SettingKey& key, const std::string& text, std::string* why) {
     const Field f = fieldOf(*settings, key);
     if (key.kind == KeyKind::kFlag) {
-        static const char* const kTrue[] = {"true", "yes", "1", "on"};
-        static const char* const kFalse[] = {"false", "no", "0", "off"};
+        // Exactly what the file holds and the help says; the library's looser reading stays the file's.
+        static const char* const kTrue[] = {"true"};
+        static const char* const kFalse[] = {"false"};
         for (const char* word : kTrue) {
             if (sameName(text, word)) return *f.number = 1, true;
         }

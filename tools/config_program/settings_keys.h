@@ -19,6 +19,9 @@ struct SettingKey {
     int high;  // numbers: the range; text: the longest value kept
     std::string defaultValue;
     std::string tooltip;
+    std::string unit;  // numbers: "%", "s", "sectors", ...; "" none
+    size_t row = 0;    // in the plugin's settings table
+    int slot = 0;      // hot keys: the slot
 
     std::string fullName() const { return section + ":" + name; }
 };

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "src/disc/cd_utility.h"
+#include "tools/lumadisc/sheet_gaps.h"
 #include "tools/lumadisc/cleanup_on_signal.h"
 #include "tools/lumadisc/commands.h"
 #include "tools/lumadisc/progress.h"
@@ -37,20 +38,13 @@ std::string baseName(const std::string& path) {
 // The block the plugin makes up for a disc without subchannel data: track 1, index 1, both times
 // counted from sector 0, nothing in the other channels. Anything else is the disc's own.
 bool isGeneratedBlock(Lba lba, const uint8_t* block) {
-    uint8_t expected[kSubchannelSize] = {};
-    uint8_t* q = expected + kSubchannelQOffset;
-    q[0] = 0x41;
-    q[1] = 0x01;
-    q[2] = 0x01;
-    const Msf relative = bcdMsf(msfFromFrames(lba));
-    const Msf absolute = bcdMsf(msfFromLba(lba));
-    q[3] = relative.minute;
-    q[4] = relative.second;
-    q[5] = relative.frame;
-    q[7] = absolute.minute;
-    q[8] = absolute.second;
-    q[9] = absolute.frame;
-    writeQCrc(q);
+    // A block the plugin generated is the one the disc model's writer makes of its own Q fields (track,
+    // index, relative time) at this sector's absolute time: nothing else in it is the disc's own.
+    const uint8_t* q = block + kSubchannelQOffset;
+    const int64_t relative = static_cast<int64_t>(lbaFromBcdMsf(q + 3)) + kLeadInFrames;
+    uint8_t expected[kSubchannelSize];
+    writeQBlock(expected, static_cast<uint8_t>(q[0] >> 4), q[1], q[2], relative,
+                static_cast<int64_t>(lba) + kLeadInFrames);
     return std::memcmp(expected, block, kSubchannelSize) == 0;
 }
 
@@ -145,12 +139,19 @@ int runConvert(const CommonOptions& options, const Arguments& arguments) {
     // From here a signal ends the copy cleanly: the temporary files are removed, nothing is renamed.
     interruptOnSignal(&g_interrupted);
 
+    // The gaps of the source come back as it had them: stored ones as INDEX 00, generated ones as PREGAP.
+    const SheetGaps gaps(session.disc());
     std::string sheet = "FILE \"" + baseName(outputs.bin().finalPath) + "\" BINARY\n";
     bool realSubchannel = false;
     bool ok = true;
     size_t track = 0;
     ProgressBar progress("convert", leadOut);
     for (Lba lba = 0; ok && lba < leadOut && !g_interrupted; ++lba) {
+        if (gaps.generated(lba)) {
+            progress.update(lba + 1);
+            while (track < tracks.size() && tracks[track].lba == lba) ++track;  // cannot happen in a valid disc
+            continue;
+        }
         const long result = host.readSector(lba).result;
         uint8_t sector[kRawSectorSize], subchannel[kSubchannelSize];
         host.readRaw(lba, sector, subchannel);
@@ -162,9 +163,19 @@ int runConvert(const CommonOptions& options, const Arguments& arguments) {
             break;
         }
         while (track < tracks.size() && tracks[track].lba == lba) {
-            char lines[96];
-            std::snprintf(lines, sizeof lines, "  TRACK %02d %s\n    INDEX 01 %s\n", tracks[track].number,
-                          trackMode(tracks[track], sector), msfText(msfFromFrames(lba)).c_str());
+            const int number = tracks[track].number;
+            char lines[160];
+            int used = std::snprintf(lines, sizeof lines, "  TRACK %02d %s\n", number, trackMode(tracks[track], sector));
+            if (gaps.pregap(number) > 0) {
+                used += std::snprintf(lines + used, sizeof lines - static_cast<size_t>(used), "    PREGAP %s\n",
+                                      msfText(msfFromFrames(gaps.pregap(number))).c_str());
+            }
+            if (const Lba index00 = gaps.index00(number); index00 >= 0) {
+                used += std::snprintf(lines + used, sizeof lines - static_cast<size_t>(used), "    INDEX 00 %s\n",
+                                      msfText(msfFromFrames(gaps.filePosition(index00))).c_str());
+            }
+            std::snprintf(lines + used, sizeof lines - static_cast<size_t>(used), "    INDEX 01 %s\n",
+                          msfText(msfFromFrames(gaps.filePosition(lba))).c_str());
             sheet += lines;
             ++track;
         }
@@ -187,7 +198,7 @@ int runConvert(const CommonOptions& options, const Arguments& arguments) {
     ok = ok && std::fputs(sheet.c_str(), outputs.cue().file) >= 0;
     if (!ok || !outputs.commit(realSubchannel)) return kExitFailure;
     std::printf("wrote %s (%zu track%s, %d sectors)%s\n", outputs.cue().finalPath.c_str(), tracks.size(),
-                tracks.size() == 1 ? "" : "s", leadOut,
+                tracks.size() == 1 ? "" : "s", gaps.filePosition(leadOut),
                 realSubchannel ? (" and " + outputs.sub().finalPath).c_str() : "");
     return kExitOk;
 }

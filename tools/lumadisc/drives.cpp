@@ -1,9 +1,10 @@
+// lumadisc drives: every optical drive (or the devices named) with its identity and whether a disc is in it.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
 
-#include "src/drive/drive_probe.h"
+#include "tools/common/drive_probe.h"
 #include "src/drive/sense_messages.h"
 #include "tools/lumadisc/commands.h"
 
@@ -40,15 +41,15 @@ int runDrives(const CommonOptions&, const Arguments& arguments) {
     for (const std::string& path : paths) {
         const DriveIdentity identity = driveProbe(path.c_str());
         if (!identity.drive) {
-            std::printf("%s: %s\n", path.c_str(),
-                        named ? "not an optical drive" : "cannot be opened (no access, or no drive behind it)");
+            std::fprintf(stderr, "lumadisc: %s: %s\n", path.c_str(),
+                         named ? "not an optical drive" : "cannot be opened (no access, or no drive behind it)");
             continue;
         }
         ++found;
         std::printf("%s  %s %s (revision %s)  %s\n", path.c_str(), identity.vendor.c_str(), identity.product.c_str(),
                     identity.revision.c_str(), discState(identity).c_str());
     }
-    if (found == 0) std::printf("no optical drive found\n");
+    if (found == 0) std::fprintf(stderr, "lumadisc: no optical drive found\n");
     return found > 0 ? kExitOk : kExitFailure;
 }
 

@@ -1,3 +1,4 @@
+// The tool's shared formatting and argument reading: whole numbers, hex bytes, times.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>

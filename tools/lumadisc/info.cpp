@@ -1,3 +1,4 @@
+// lumadisc info: the disc's kind, the plugin used, the disc type and every track.
 #include <cstdio>
 
 #include "tools/lumadisc/commands.h"

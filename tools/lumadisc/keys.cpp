@@ -7,8 +7,8 @@
 #include <string>
 #include <thread>
 
-#include "support/combo_capture.h"
-#include "support/input_devices.h"
+#include "tools/common/combo_capture.h"
+#include "input/input_devices.h"
 #include "support/list_pool.h"
 #include "tools/lumadisc/commands.h"
 

@@ -1,3 +1,4 @@
+// lumadisc make-demo: writes the demo disc, its executable and its copies in the other image kinds.
 #include <cstdio>
 
 #include "tools/fixtures/demo_disc.h"

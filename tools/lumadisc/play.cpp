@@ -101,6 +101,18 @@ std::string clockText(double seconds) {
     return text;
 }
 
+// The plugin's streaming thread opens the sound device as the disc opens and logs either the device
+// it got or that none opens; a few seconds bound the wait for a thread that says neither.
+bool soundDeviceOpened(const std::string& logPath) {
+    for (int wait = 0; wait < 300; ++wait) {
+        const std::string log = host::readFile(logPath);
+        if (log.find("[CDR] Warning: no sound device opens") != std::string::npos) return false;
+        if (log.find("[CDR] ALC_DEVICE_SPECIFIER") != std::string::npos) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
 }  // namespace
 
 int runPlay(const CommonOptions& options, const Arguments& arguments) {
@@ -110,6 +122,10 @@ int runPlay(const CommonOptions& options, const Arguments& arguments) {
     SessionSetup setup;
     setup.playCdda = true;
     setup.settings.push_back({"cdrom property", {"cddavolumelevel", std::to_string(play.volume)}});
+    // The plugin says in its log whether a sound device opened; the sound library's own lines stay
+    // off the terminal unless --log asks for the plugin's.
+    setup.logging = true;
+    if (!options.log) setenv("ALSOFT_LOGLEVEL", "0", 0);
     if (!play.wav.empty()) {
         wav = host::absolutePath(play.wav);
         setup.beforeLoad = [&](const host::ScratchDir& scratch) {
@@ -133,6 +149,10 @@ int runPlay(const CommonOptions& options, const Arguments& arguments) {
     const std::string& disc = session.disc();
     auto finish = [&](int code) { return session.finish(code); };
 
+    if (!soundDeviceOpened(session.scratch().file("lumaDisc.log"))) {
+        std::fprintf(stderr, "lumadisc: no sound device opens, nothing is played (--wav FILE writes the track to a file)\n");
+        return finish(kExitFailure);
+    }
     const auto tracks = host.tracks();
     const host::TrackInfo* track = nullptr;
     for (const auto& t : tracks) {

@@ -1,3 +1,4 @@
+// lumadisc read: sectors through the plugin, shown field by field or written raw to a file.
 #include <cstdio>
 #include <cstring>
 #include <memory>

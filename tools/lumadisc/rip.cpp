@@ -1,3 +1,4 @@
+// lumadisc rip: copies the disc in a drive to a CUE/BIN (and .sub), with retries and a progress bar.
 #include <unistd.h>
 
 #include <atomic>
@@ -25,8 +26,6 @@ namespace {
 constexpr long kDefaultRetries = 3;
 constexpr long kMaxRetries = 20;
 constexpr Lba kMaxSectors = 100 * kFramesPerMinute;
-constexpr int kExitUnreadable = 3;
-constexpr int kExitInterrupted = 130;
 
 std::atomic<int> g_interrupted{0};
 
@@ -255,7 +254,7 @@ int ripDisc(const std::string& drive, Outputs& outputs, bool withSub, long retri
     if (!complete) {
         outputs.removeParts();
         std::fprintf(stderr, "\nlumadisc: interrupted; nothing was written\n");
-        return kExitInterrupted;
+        return 128 + (g_interrupted.load() != 0 ? g_interrupted.load() : SIGINT);
     }
     if (withSub && !ripper.subchannelRead()) {
         std::remove(Outputs::part(outputs.sub).c_str());

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <system_error>
 
+#include "reader/disc_kinds.h"
 #include "tools/fixtures/demo_disc.h"
 #include "tools/fixtures/ini_file.h"
 #include "tools/lumadisc/cleanup_on_signal.h"
@@ -20,17 +21,6 @@ namespace {
 // The settings library refuses a whole file with a line longer than this.
 constexpr size_t kSettingsLineLimit = 1022;
 constexpr const char* kEmptyDisc = "No CD (bios shell)";
-
-bool endsWith(const std::string& text, const std::string& suffix) {
-    if (text.size() < suffix.size()) return false;
-    for (size_t i = 0; i < suffix.size(); ++i) {
-        const char a = text[text.size() - suffix.size() + i];
-        const char b = suffix[i];
-        if (std::tolower(static_cast<unsigned char>(a)) != std::tolower(static_cast<unsigned char>(b)))
-            return false;
-    }
-    return true;
-}
 
 bool isFile(const std::string& path) {
     std::error_code error;
@@ -55,19 +45,20 @@ std::string pluginPath(const CommonOptions& options) {
     if (const char* env = std::getenv("LUMADISC_PLUGIN"); env && *env) return env;
     const std::string beside = toolDirectory() + "/liblumadisc.so";
     if (isFile(beside)) return beside;
-    return host::absolutePath(toolDirectory() + "/" + LUMADISC_PLUGIN_FROM_TOOL + "/liblumadisc.so");
+    const std::string installed = host::absolutePath(toolDirectory() + "/" + LUMADISC_PLUGIN_FROM_TOOL + "/liblumadisc.so");
+    if (isFile(installed)) return installed;
+    // A user install (scripts/install-user.sh): the tool in ~/.local/bin, the plugin where the emulator
+    // loads it.
+    const char* home = std::getenv("HOME");
+    if (home != nullptr && *home != '\0' && isFile(std::string(home) + "/.pcsxr/plugins/liblumadisc.so"))
+        return std::string(home) + "/.pcsxr/plugins/liblumadisc.so";
+    return installed;
 }
 
 std::string discKindName(const std::string& disc) {
-    if (disc == kEmptyDisc) return "empty disc (0)";
-    if (disc.find('.') == std::string::npos) return "physical drive (3)";
-    if (endsWith(disc, ".cue")) return "CUE sheet (4)";
-    if (endsWith(disc, ".ccd")) return "CloneCD (5)";
-    if (endsWith(disc, ".toc")) return "full TOC (7)";
-    if (endsWith(disc, ".mds")) return "MDS descriptor (6)";
-    if (endsWith(disc, ".exe")) return "executable (2)";
-    if (endsWith(disc, ".chd")) return "compressed image (8)";
-    return "unknown (-1)";
+    const DiscKind* kind = discKindOf(disc.c_str());
+    if (kind == nullptr) return "unknown (-1)";
+    return std::string(kind->name) + " (" + std::to_string(static_cast<int>(kind->type)) + ")";
 }
 
 bool discPathStorable(const std::string& disc, std::string* why) {
@@ -194,7 +185,7 @@ int Session::start(const std::string& disc, const SessionSetup& setup) {
 
     fixtures::PluginIni settings;
     settings.current = disc_;
-    settings.enableLogging = options_.log;
+    settings.enableLogging = options_.log || setup.logging;
     settings.caching = !options_.noCache;
     settings.playCdda = setup.playCdda;
     settings.extra = setup.settings;

@@ -22,7 +22,8 @@ struct CommonOptions {
     bool noCache = false;
 };
 
-enum ExitCode { kExitOk = 0, kExitFailure = 1, kExitUsage = 2 };
+// The tool's exit codes, all of them (a signal ends a command with 128 + its number).
+enum ExitCode { kExitOk = 0, kExitFailure = 1, kExitUsage = 2, kExitUnreadable = 3 };
 
 // The directory the tool's executable lives in.
 std::string toolDirectory();
@@ -36,6 +37,7 @@ std::string discKindName(const std::string& disc);
 struct SessionSetup {
     bool extended = false;  // through PluginLoad, the plugin as the console's controller
     bool playCdda = false;  // only `play` opens a sound device
+    bool logging = false;   // the plugin writes its log also without --log (shown only with it)
     // Further settings: {"section", {"key", "value"}}.
     std::vector<std::pair<std::string, std::pair<std::string, std::string>>> settings;
     // Before the plugin is loaded, in the scratch directory's time (a sound configuration, say);

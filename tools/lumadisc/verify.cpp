@@ -33,10 +33,6 @@ struct Report {
     }
 };
 
-bool allZero(const uint8_t* bytes, size_t size) {
-    return std::all_of(bytes, bytes + size, [](uint8_t b) { return b == 0; });
-}
-
 // EDC and ECC of a data sector, recomputed into a copy and compared with the sector's own.
 void checkDataSector(Lba lba, const uint8_t* sector, Report* report) {
     uint8_t copy[kRawSectorSize];
@@ -82,8 +78,8 @@ void checkSector(Lba lba, bool dataTrack, long result, const uint8_t* sector, co
     if (!qCrcValid(subchannel + kSubchannelQOffset)) report->add(lba, "subchannel", "Q channel CRC mismatch");
     if (!sectorHasSync(sector)) {
         ++report->audioSectors;
-        // A data track's gaps hold silence; anything else there without a sync is a broken sector.
-        if (dataTrack && !allZero(sector, kRawSectorSize)) report->add(lba, "sync", "data track sector without sync");
+        // Every sector of a data track is a data sector, its gaps included (they hold empty data sectors).
+        if (dataTrack) report->add(lba, "sync", "data track sector without sync");
         return;
     }
     ++report->dataSectors;
@@ -179,10 +175,14 @@ int runVerify(const CommonOptions& options, const Arguments& arguments) {
     size_t track = 0;
     for (Lba lba = 0; lba < leadOut; ++lba) {
         while (track + 1 < tracks.size() && tracks[track + 1].lba <= lba) ++track;
-        const bool dataTrack = !tracks.empty() && !tracks[track].audio;
         const long result = host.readSector(lba).result;
         uint8_t sector[kRawSectorSize], subchannel[kSubchannelSize];
         host.readRaw(lba, sector, subchannel);
+        // The sector's own position block says which kind of track it belongs to (a gap ahead of a
+        // track is that track's); without one, the track table does.
+        const uint8_t* q = subchannel + kSubchannelQOffset;
+        const bool dataTrack = qCrcValid(q) && (q[0] & 0x0F) == 1 ? (q[0] & 0x40) != 0
+                                                                   : !tracks.empty() && !tracks[track].audio;
         checkSector(lba, dataTrack, result, sector, subchannel, &report);
         progress.update(lba + 1);
     }

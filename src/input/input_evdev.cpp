@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 namespace lumadisc {
 

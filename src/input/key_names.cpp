@@ -1,4 +1,4 @@
-#include "support/key_names.h"
+#include "input/key_names.h"
 
 #include <cstdio>
 

@@ -3,7 +3,7 @@
 // configuration program's capture.
 #pragma once
 
-#include "support/key_combo.h"
+#include "input/key_combo.h"
 
 namespace lumadisc {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "support/key_combo.h"
-#include "support/key_names.h"
+#include "input/key_combo.h"
+#include "input/key_names.h"
 
 namespace lumadisc {
 

@@ -1,12 +1,12 @@
-#include "support/key_combo.h"
+#include "input/key_combo.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "support/input_devices.h"
-#include "support/key_names.h"
+#include "input/input_devices.h"
+#include "input/key_names.h"
 #include "support/list_pool.h"
 
 namespace lumadisc {

@@ -1,6 +1,6 @@
-#include "support/combo_capture.h"
+#include "tools/common/combo_capture.h"
 
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 namespace lumadisc {
 

@@ -1,4 +1,4 @@
-#include "drive/drive_probe.h"
+#include "tools/common/drive_probe.h"
 
 #include "disc/cd_utility.h"
 #include "drive/cdrom_drive.h"

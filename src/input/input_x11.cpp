@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 namespace lumadisc {
 

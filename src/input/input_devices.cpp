@@ -1,4 +1,4 @@
-#include "support/input_devices.h"
+#include "input/input_devices.h"
 
 #include <linux/input-event-codes.h>
 

@@ -1,0 +1,122 @@
+// Hostile files at every path the plugin opens: a FIFO where the disc, a data file, a companion file
+// or the settings file belongs. The open must come back at once (the test bounds it at a second) and
+// name the path in the log; an open that waits for a writer would hang the emulator.
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+#include <thread>
+
+#include "tests/e2e/plugin_harness.h"
+#include "tools/fixtures/chd_image.h"
+#include "tools/fixtures/file_writer.h"
+#include "tools/fixtures/image_builder.h"
+
+namespace lumadisc::e2e {
+namespace {
+
+using namespace std::chrono_literals;
+using fixtures::ImageKind;
+
+struct FifoCase {
+    const char* name;
+    // Writes the disc into dir and returns {the disc path, the path to turn into a FIFO}.
+    std::function<std::pair<std::string, std::string>(const std::string& dir)> write;
+    bool named = true;  // the log names the FIFO (not for the settings file: the log is not open yet)
+};
+
+std::pair<std::string, std::string> cue(const std::string& dir, const char* fifoExtension) {
+    fixtures::CueImageBuilder builder;
+    builder.addDataTrack(30).addAudioTrack(20);
+    fixtures::CueImage image;
+    builder.write(dir, "disc", &image, nullptr);
+    return {image.cuePath, dir + "/disc" + fifoExtension};
+}
+
+std::pair<std::string, std::string> described(const std::string& dir, ImageKind kind, bool data) {
+    fixtures::ImageBuilder builder;
+    builder.addDataTrack(30).addAudioTrack(20);
+    fixtures::WrittenImage image;
+    builder.write(dir, "disc", kind, &image, nullptr);
+    return {image.imagePath, data ? image.dataPath : image.imagePath};
+}
+
+const FifoCase kCases[] = {
+    {"sheet", [](const std::string& d) { return cue(d, ".cue"); }},
+    {"sheet_data_file", [](const std::string& d) { return cue(d, ".bin"); }},
+    {"sheet_name_fallback", [](const std::string& d) {
+         // The sheet names a file that is not there; the sheet's own name with .bin is tried.
+         auto paths = cue(d, ".bin");
+         fixtures::writeText(d + "/disc.cue", "FILE \"gone.bin\" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n",
+                             nullptr);
+         return paths;
+     }},
+    {"subchannel_file", [](const std::string& d) { return cue(d, ".sub"); }},
+    {"sbi_patch", [](const std::string& d) { return cue(d, ".sbi"); }},
+    {"lsd_patch", [](const std::string& d) { return cue(d, ".lsd"); }},
+    {"ppf_patch", [](const std::string& d) { return cue(d, ".ppf"); }},
+    {"clonecd_control", [](const std::string& d) { return described(d, ImageKind::kClonecd, false); }},
+    {"clonecd_image", [](const std::string& d) { return described(d, ImageKind::kClonecd, true); }},
+    {"mds_descriptor", [](const std::string& d) { return described(d, ImageKind::kMds, false); }},
+    {"mds_data", [](const std::string& d) { return described(d, ImageKind::kMds, true); }},
+    {"full_toc", [](const std::string& d) { return described(d, ImageKind::kFullToc, false); }},
+    {"full_toc_data", [](const std::string& d) { return described(d, ImageKind::kFullToc, true); }},
+    {"compressed_image", [](const std::string& d) { return std::pair{d + "/disc.chd", d + "/disc.chd"}; }},
+    {"executable", [](const std::string& d) { return std::pair{d + "/game.exe", d + "/game.exe"}; }},
+    {"settings_file",
+     [](const std::string& d) {
+         auto paths = cue(d, ".bin");
+         return std::pair{paths.first, d + "/configs/lumaDisc.ini"};
+     },
+     false},
+};
+
+class HostileFiles : public PluginHarness {};
+
+TEST_F(HostileFiles, AFifoAtEveryPathThePluginOpensIsRefusedAtOnce) {
+    for (const FifoCase& c : kCases) {
+        SCOPED_TRACE(c.name);
+        const std::string dir = scratch_.file(c.name);
+        fixtures::makeDirectories(dir + "/configs", nullptr);
+        const auto [disc, fifo] = c.write(dir);
+        std::string error;
+        ASSERT_TRUE(fixtures::writePluginIni(dir, settingsFor(disc), &error)) << error;
+        ::unlink(fifo.c_str());
+        ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0) << fifo;
+
+        // The open runs in a child, so that a blocking open fails the test instead of hanging it.
+        const auto started = std::chrono::steady_clock::now();
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            if (chdir(dir.c_str()) != 0) _exit(3);
+            api().init();
+            const long opened = api().open();
+            api().close();
+            api().shutdown();
+            _exit(opened == 0 ? 0 : 1);
+        }
+        int status = 0;
+        while (waitpid(child, &status, WNOHANG) == 0 && std::chrono::steady_clock::now() - started < 5s)
+            std::this_thread::sleep_for(10ms);
+        const auto elapsed = std::chrono::steady_clock::now() - started;
+        if (waitpid(child, &status, WNOHANG) == 0) {
+            kill(child, SIGKILL);
+            waitpid(child, &status, 0);
+            ADD_FAILURE() << "the open blocked on the FIFO " << fifo;
+            continue;
+        }
+        EXPECT_LT(elapsed, 1s);
+        EXPECT_TRUE(WIFEXITED(status)) << "the plugin ended the process";
+        if (c.named) {
+            const std::string log = host::readFile(dir + "/lumaDisc.log");
+            EXPECT_NE(log.find(fifo), std::string::npos) << log;
+        }
+    }
+}
+
+}  // namespace
+}  // namespace lumadisc::e2e
