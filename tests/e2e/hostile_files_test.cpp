@@ -143,5 +143,19 @@ TEST_F(HostileFiles, ACompressedImageWhoseMetadataPointsAtItselfIsRefusedAtOnce)
     EXPECT_NE(log().find("metadata list loops back on itself"), std::string::npos) << log();
 }
 
+TEST_F(HostileFiles, AHugePatchIsNeitherReadWholeNorWalkedAtEveryOpen) {
+    const fixtures::CueImage image = writeCue(fixtures::CueImageBuilder().addDataTrack(30));
+    // 600 MB, sparse: a PPF3 header and nothing behind it.
+    const std::string patch = dir() + "/disc.ppf";
+    ASSERT_TRUE(fixtures::writeText(patch, "PPF30\x02", nullptr));
+    ASSERT_EQ(truncate(patch.c_str(), 600LL << 20), 0);
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_EQ(openWith(settingsFor(image.cuePath)), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 2s);
+    closePlugin();
+    EXPECT_NE(log().find("[CDR] Error: ppf patch larger than 256 MB (" + patch + "), not used.\n"), std::string::npos)
+        << log();
+}
+
 }  // namespace
 }  // namespace lumadisc::e2e
