@@ -153,5 +153,23 @@ TEST_F(BuiltinDiscs, WithoutTracksTheControllerAnswersGetTnAndGetTdWithAnError) 
     console.bringDown();
 }
 
+TEST_F(BuiltinDiscs, AnOpenThatFailsHalfWayLeavesNothingOpenOnEitherFace) {
+    // The sheet opens, its data file does not: the open fails after the kind was bound.
+    fixtures::writeText(scratch_.file("half.cue"), "FILE \"gone.bin\" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n",
+                        nullptr);
+    EXPECT_EQ(openWith(settingsFor(scratch_.file("half.cue"))), -1);
+    unsigned char tn[2] = {7, 9}, time[3] = {0x00, 0x02, 0x00};
+    EXPECT_EQ(api().getTN(tn), -1) << "no disc is half open behind the failed open";
+    EXPECT_EQ(api().readTrack(time), -1);
+    closePlugin();
+    host::ConsoleHost console;
+    ASSERT_TRUE(console.load(LUMADISC_PLUGIN_PATH)) << console.error();
+    ASSERT_EQ(console.init(), 0);
+    EXPECT_EQ(console.open(), -1);
+    host::ConsoleDriver driver(console);
+    EXPECT_TRUE(driver.command(host::kCmdGetTN).error()) << "the controller has no disc after the failed Open";
+    console.bringDown();
+}
+
 }  // namespace
 }  // namespace lumadisc::e2e
