@@ -112,6 +112,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lumadisc::g_settings.spindowntime = static_cast<int32_t>(size % 601);
     lumadisc::DiscDescription disc;
     const bool described = lumadisc::describeDrive("/dev/fuzzed", disc) == 0;
+    // A drive whose table describes no disc was closed again with its description.
+    if (!lumadisc::cdromIsOpen()) lumadisc::cdromOpen("/dev/fuzzed");
     uint8_t response[lumadisc::kTocResponseSize];
     lumadisc::cdromReadToc(response);
     lumadisc::TrackTable table;
