@@ -4,6 +4,8 @@
 namespace lumadisc {
 
 constexpr int kRecentMax = 21;
+// The most disc entries, and image directories, the catalogue keeps; later ones are dropped.
+constexpr int kCatalogueMaxEntries = 65536;
 
 struct CatalogueEntry {
     char* fileName;   // after the last backslash (the whole path when there is none)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "disc/auto_sub.h"
 
@@ -65,6 +66,29 @@ const Extent* ExtentTable::find(Lba lba) const {
     if (after == extents_.begin()) return nullptr;
     const Extent& candidate = *(after - 1);
     return lba - candidate.start < candidate.count ? &candidate : nullptr;
+}
+
+std::string ExtentTable::check() const {
+    constexpr Lba kDiscEnd = 100 * kFramesPerMinute - kLeadInFrames;  // the sector after 99:59:74
+    int track = 0;
+    bool indexOne = true;
+    for (size_t i = 0; i < extents_.size(); ++i) {
+        const Extent& e = extents_[i];
+        if (i > 0 && e.start != extents_[i - 1].start + extents_[i - 1].count)
+            return "sectors " + std::to_string(extents_[i - 1].start + extents_[i - 1].count) + " to " +
+                   std::to_string(e.start) + " are in no track, or in two";
+        if (e.track != track) {
+            if (!indexOne) return "track " + std::to_string(track) + " has no sector of its own (INDEX 01)";
+            if (e.track != track + 1) return "track " + std::to_string(e.track) + " follows track " + std::to_string(track);
+            track = e.track;
+            indexOne = false;
+        }
+        indexOne = indexOne || e.index >= 1;
+    }
+    if (!indexOne) return "track " + std::to_string(track) + " has no sector of its own (INDEX 01)";
+    if (track > 99) return "more than 99 tracks";
+    if (end() > kDiscEnd) return "the tracks reach beyond 99:59:74";
+    return "";
 }
 
 void ExtentTable::buildTrackTable(TrackTable& table) const {

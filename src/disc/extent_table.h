@@ -86,6 +86,11 @@ public:
     // The extent holding lba, or null outside the disc.
     const Extent* find(Lba lba) const;
 
+    // "" when the extents describe a disc, else why not: the extents follow each other without a hole
+    // or an overlap, tracks are numbered 1, 2, ... (at most 99) and each has sectors of INDEX 01, and
+    // the disc ends by 99:59:74. Every kind's description is held to this one check.
+    std::string check() const;
+
     // Row 0 the lead-out, then one row per track at its INDEX 01 with its type.
     void buildTrackTable(TrackTable& table) const;
     // The Q subchannel of lba from the table: track, index, control, relative time counting up from

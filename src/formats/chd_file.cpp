@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <set>
 
 #include "disc/cd_utility.h"
 #include "formats/chd_cd_codec.h"
@@ -21,6 +22,12 @@ constexpr size_t kMetadataHeaderSize = 16;
 constexpr uint64_t kMaxUnits = 500000;
 constexpr uint32_t kMaxHunkBytes = 4u << 20;
 constexpr int kMaxMetadataEntries = 1024;
+// A track's metadata is one short line of text ("TRACK:1 TYPE:MODE2_RAW ..."), a GD-ROM's a little
+// longer; far more is no track entry.
+constexpr uint32_t kMaxTrackEntryBytes = 4096;
+
+// The tags of the track list: "CHT2", "CHTR" (CD) and "CHGD" (GD-ROM).
+bool isTrackTag(uint32_t tag) { return tag == 0x43485432 || tag == 0x43485452 || tag == 0x43484744; }
 constexpr int kMaxSelfChain = 16;
 
 // Symbols of the compressed map's type stream beyond the seven real types.
@@ -286,10 +293,15 @@ bool ChdFile::checkMap(std::string* reason) const {
 
 bool ChdFile::readMetadata(std::string* reason) {
     uint64_t offset = metadataOffset_;
+    std::set<uint64_t> visited;  // an entry whose "next" leads back is a loop, not a longer list
     for (int count = 0; offset != 0; ++count) {
         uint8_t header[kMetadataHeaderSize];
         if (count >= kMaxMetadataEntries) {
             *reason = "metadata list does not end";
+            return false;
+        }
+        if (!visited.insert(offset).second) {
+            *reason = "metadata list loops back on itself";
             return false;
         }
         if (offset > static_cast<uint64_t>(fileSize_) ||
@@ -299,7 +311,21 @@ bool ChdFile::readMetadata(std::string* reason) {
         }
         ChdMetadata entry;
         entry.tag = readBe32(header);
-        entry.data.resize(readBe24(header + 5));
+        const uint32_t size = readBe24(header + 5);
+        // The size an entry declares is checked against the file before memory is taken for it.
+        if (offset + kMetadataHeaderSize + size > static_cast<uint64_t>(fileSize_)) {
+            *reason = "metadata entry beyond the end of the file (truncated)";
+            return false;
+        }
+        if (!isTrackTag(entry.tag)) {  // only the track list is kept
+            offset = readBe64(header + 8);
+            continue;
+        }
+        if (size > kMaxTrackEntryBytes) {
+            *reason = "a track metadata entry of " + std::to_string(size) + " bytes";
+            return false;
+        }
+        entry.data.resize(size);
         if (file_.readAt(static_cast<int64_t>(offset + kMetadataHeaderSize), entry.data.size(), entry.data.data()) !=
             entry.data.size()) {
             *reason = "metadata entry beyond the end of the file (truncated)";

@@ -49,6 +49,14 @@ std::string cueLayout(const CueSheet& sheet, const std::vector<CueSource>& sourc
     for (size_t t = 0; t < sheet.tracks.size(); ++t) {
         for (const CueIndex& index : sheet.tracks[t].indexes) points.push_back({t, &index});
     }
+    // A first track whose first index starts after its file does (hidden audio ahead of track 1, a
+    // first INDEX 01 at 00:09:08): the file's sectors before it are the track's index 0, so the disc
+    // starts with the file and the track where the sheet says.
+    CueIndex leadingGap;
+    if (!points.empty() && points[0].index->position > 0 && points[0].index->number > 0) {
+        leadingGap = CueIndex{0, points[0].index->file, 0};
+        points.insert(points.begin(), Point{points[0].track, &leadingGap});
+    }
     for (size_t k = 0; k < points.size(); ++k) {
         Point& p = points[k];
         const CueTrack& track = sheet.tracks[p.track];

@@ -72,14 +72,22 @@ int CCdExtentData::open(const char*) {
 
 void CCdExtentData::close() { sources_.clear(); }
 
-size_t CCdExtentData::readFile(size_t file, int64_t at, size_t size, uint8_t* out, Lba lba) {
+size_t CCdExtentData::readFile(size_t file, int64_t at, size_t size, uint8_t* out, Lba lba, bool framed) {
     ExtentSource& source = *sources_[file];
     const size_t got = source.readAt(at, size, out);
     if (source.readFailed()) {
         failed_ = true;
-    } else if (got < size && !warnedEnd_) {
-        warnedEnd_ = true;
-        logWrite(kLogPlugin, "[CDR] Warning: sector %i lies past the end of the data file (%s).\n", lba, source.name());
+    } else if (got < size) {
+        // A sector the description places where its file has none is not made up: the read fails
+        // (the buffer keeps what the file did hold), so a copy or a check never passes it as read.
+        // User data to be framed may end within its last sector (an executable's last 2048 bytes);
+        // the rest of that sector is zeros.
+        if (!framed || got == 0) failed_ = true;
+        if (!warnedEnd_) {
+            warnedEnd_ = true;
+            logWrite(kLogPlugin, "[CDR] Warning: sector %i lies past the end of the data file (%s).\n", lba,
+                     source.name());
+        }
     }
     return got;
 }
@@ -109,12 +117,12 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
     }
     case SectorForm::kMode1User:
         std::memset(sector, 0, kRawSectorSize);
-        if (haveFile) readFile(file, at, kForm1UserSize, sector + kMode1DataOffset, lba);
+        if (haveFile) readFile(file, at, kForm1UserSize, sector + kMode1DataOffset, lba, true);
         completeMode1Sector(sector, lba);
         break;
     case SectorForm::kMode2User:
         std::memset(sector, 0, kRawSectorSize);
-        if (haveFile) readFile(file, at, kMode2UserSize, sector + kSubheaderOffset, lba);
+        if (haveFile) readFile(file, at, kMode2UserSize, sector + kSubheaderOffset, lba, true);
         completeMode2Sector(sector, lba);
         break;
     case SectorForm::kForm1User:
@@ -124,7 +132,7 @@ int CCdExtentData::read(Lba lba, uint8_t* sector) {
         writeSubheader(sector, 0, 0, form2 ? kSubmodeForm2 : 0x08, 0);
         if (haveFile) {
             readFile(file, at, static_cast<size_t>(form2 ? kForm2UserSize : kForm1UserSize), sector + kMode2DataOffset,
-                     lba);
+                     lba, true);
         }
         completeMode2Sector(sector, lba);
         break;

@@ -21,8 +21,9 @@ public:
     int open(const char* path) override;
     void close() override;
     // Outside the table the buffer is left as it is; a sector past the end of its file copies what
-    // exists (raw forms) or frames zeros (short forms), with one warning per open naming the file.
-    // 0, or -1 when the file read meets an I/O error (logged with the file and the error).
+    // exists (raw forms) or frames zeros (short forms), with one warning per open naming the file, and
+    // fails. 0, or -1 for such a sector or when the file read meets an I/O error (logged with the file
+    // and the error).
     int read(Lba lba, uint8_t* sector) override;
 
     // The subchannel the image stores for lba, de-interleaved, when the extent holding it carries
@@ -30,8 +31,9 @@ public:
     bool readStoredSubchannel(Lba lba, uint8_t* block);
 
 private:
-    // Reads from source `file` of the table, noting an I/O error and the first read past its end.
-    size_t readFile(size_t file, int64_t at, size_t size, uint8_t* out, Lba lba);
+    // Reads from source `file` of the table, noting an I/O error and the first read past its end; a read
+    // that comes back short fails the sector, unless it is framed user data that got some bytes.
+    size_t readFile(size_t file, int64_t at, size_t size, uint8_t* out, Lba lba, bool framed = false);
 
     const ExtentTable& table_;
     bool failed_ = false;

@@ -37,6 +37,11 @@ int CCdExtentToc::open(const char* path) {
         close();
         return -1;
     }
+    if (const std::string reason = disc_.extents.check(); !reason.empty()) {
+        logWrite(kLogPlugin, "[CDR] Error: disc not usable (%s): %s.\n", path, reason.c_str());
+        close();
+        return -1;
+    }
     disc_.extents.buildTrackTable(table_);
     return 0;
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <new>
 
 #include "config/log.h"
 #include "formats/image_file.h"
@@ -20,6 +19,10 @@ constexpr uint32_t kBlockCheckByte = 57;
 constexpr int64_t kVersion1RecordsStart = 56;
 constexpr int64_t kVersion3RecordsStart = 60;
 constexpr int64_t kBlockCheckRecordsStart = 1084;  // versions 2, and 3 with the block-check area
+// The patch is read where its records are, never whole; the index of its runs is what memory holds,
+// and it has a bound (a real patch has thousands of records, not millions).
+constexpr size_t kMaxRuns = 1 << 21;
+constexpr int64_t kMaxPatchBytes = 256LL << 20;
 
 // The sector holding a byte offset of the image, rounding towards minus infinity.
 int64_t sectorOf(int64_t offset) {
@@ -38,29 +41,36 @@ int CCdPpfPatch::load(const char* imagePath) {
 
     const int64_t fileSize = ImageFile::sizeOf(path);
     if (fileSize < 0) return -1;  // no patch beside the image: nothing to say
-    ImageFile file;
-    if (!file.open(path)) {
+    if (!file_.open(path)) {
         logWrite(kLogPlugin, "[CDR] Warning: not open (%s).\n", path);
         return -1;
     }
-    // The size is held in 32 bits; a larger file counts as one that cannot be read whole.
+    // A real patch is a few megabytes; one far larger is no patch to walk at every disc open.
+    if (fileSize > kMaxPatchBytes) {
+        logWrite(kLogPlugin, "[CDR] Error: ppf patch larger than %lld MB (%s), not used.\n",
+                 static_cast<long long>(kMaxPatchBytes >> 20), path);
+        file_.close();
+        return -1;
+    }
+    // Offsets within the patch are kept in 32 bits; a larger file counts as one that cannot be read.
     if (fileSize > std::numeric_limits<uint32_t>::max()) {
         logWrite(kLogPlugin, "cdrplugin error: reading file (%s).\n", path);
+        file_.close();
         return -1;
     }
     size_ = static_cast<uint32_t>(fileSize);
-    data_.reset(new (std::nothrow) uint8_t[size_ > 0 ? size_ : 1]);
-    if (!data_ || file.readRecord(0, size_, data_.get()) != size_) {
+    uint8_t head[kBlockCheckByte + 1] = {};
+    if (file_.readAt(0, std::min<size_t>(sizeof head, size_), head) != std::min<size_t>(sizeof head, size_) ||
+        file_.readFailed()) {
         logWrite(kLogPlugin, "cdrplugin error: reading file (%s).\n", path);
         empty();
         return -1;
     }
-    file.close();
 
     static const char* const kSignatures[] = {"PPF1", "PPF2", "PPF3"};
     version_ = -1;
     for (int32_t i = 0; i < 3 && size_ >= 4; ++i) {
-        if (std::memcmp(data_.get(), kSignatures[i], 4) == 0) {
+        if (std::memcmp(head, kSignatures[i], 4) == 0) {
             version_ = i + 1;
             break;
         }
@@ -69,7 +79,7 @@ int CCdPpfPatch::load(const char* imagePath) {
         logWrite(kLogPlugin, "[CDR] Error: patchfile is no ppf patch.\n");
         return -1;
     }
-    blockCheck_ = size_ > kBlockCheckByte ? data_[kBlockCheckByte] : 0;
+    blockCheck_ = size_ > kBlockCheckByte ? head[kBlockCheckByte] : 0;
     readDescriptionLength();
     buildIndex();
     return 0;
@@ -85,7 +95,8 @@ void CCdPpfPatch::apply(Lba lba, uint8_t* sector) {
     const auto byLba = [](const Run& run, Lba value) { return run.lba < value; };
     for (auto run = std::lower_bound(runs_.begin(), runs_.end(), lba, byLba); run != runs_.end() && run->lba == lba;
          ++run) {
-        std::memcpy(sector + run->start, data_.get() + run->source, run->length);
+        // The run's bytes are read from the patch file where they stand; a short read writes what came.
+        file_.readAt(run->source, run->length, sector + run->start);
     }
 }
 
@@ -96,7 +107,7 @@ int CCdPpfPatch::release() {
 
 void CCdPpfPatch::empty() {
     size_ = 0;
-    data_.reset();
+    file_.close();
     version_ = 0;
     blockCheck_ = 0;
     descriptionLength_ = 0;
@@ -110,8 +121,10 @@ void CCdPpfPatch::readDescriptionLength() {
     descriptionLength_ = 0;
     const uint32_t width = version_ == 2 ? 4 : 2;
     if (size_ < width + 4) return;
-    const uint8_t* field = data_.get() + size_ - width;
-    if (std::memcmp(field - 4, ".DIZ", 4) != 0) return;
+    uint8_t tail[8] = {};
+    if (file_.readAt(size_ - width - 4, width + 4, tail) != width + 4) return;
+    const uint8_t* field = tail + 4;
+    if (std::memcmp(tail, ".DIZ", 4) != 0) return;
     // The 4-byte length is signed; the 2-byte one cannot be negative.
     const int64_t described = width == 4 ? static_cast<int64_t>(static_cast<int32_t>(readLe32(field)))
                                          : static_cast<int64_t>(field[0] | field[1] << 8);
@@ -133,13 +146,19 @@ void CCdPpfPatch::buildIndex() {
                                           : kVersion3RecordsStart;
     const int64_t end = version_ == 1 ? static_cast<int64_t>(size_) : static_cast<int64_t>(size_) - descriptionLength_;
     const int64_t header = wideOffsets ? 9 : 5;
-    const uint8_t* bytes = data_.get();
+    uint8_t bytes[9];
     for (int64_t at = first; at + header <= end;) {
-        const int64_t offset = wideOffsets ? static_cast<int64_t>(readLe64(bytes + at))
-                                           : static_cast<int64_t>(static_cast<int32_t>(readLe32(bytes + at)));
-        const int64_t count = bytes[at + header - 1];
+        if (file_.readAt(at, static_cast<size_t>(header), bytes) != static_cast<size_t>(header)) break;
+        const int64_t offset = wideOffsets ? static_cast<int64_t>(readLe64(bytes))
+                                           : static_cast<int64_t>(static_cast<int32_t>(readLe32(bytes)));
+        const int64_t count = bytes[header - 1];
         if (at + header + count > end) break;
         const int64_t sector = sectorOf(offset);
+        if (runs_.size() >= kMaxRuns) {
+            logWrite(kLogPlugin, "[CDR] Warning: ppf patch has more than %zu records; the rest is not applied.\n",
+                     kMaxRuns);
+            break;
+        }
         if (count > 0 && sector >= std::numeric_limits<Lba>::min() && sector <= std::numeric_limits<Lba>::max()) {
             const int64_t start = offset - sector * kRawSectorSize;
             runs_.push_back(Run{static_cast<Lba>(sector), static_cast<uint32_t>(at + header),

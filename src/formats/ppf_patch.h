@@ -1,5 +1,6 @@
 // The patch set of the open disc: byte runs from a ".ppf" file beside the image, written over every
-// sector read before it enters the data cache. Versions 1, 2 and 3 of the format are understood.
+// sector read before it enters the data cache. The file is indexed once, by walking its records, and
+// each run's bytes are read from it when its sector is; it is never read whole. Versions 1, 2 and 3 of the format are understood.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "disc/disc_model.h"
+#include "formats/image_file.h"
 
 namespace lumadisc {
 
@@ -40,7 +42,7 @@ private:
     void buildIndex();
 
     uint32_t size_ = 0;
-    std::unique_ptr<uint8_t[]> data_;
+    ImageFile file_;  // the patch, open while it is loaded; read where its records are
     int32_t version_ = 0;
     int32_t blockCheck_ = 0;
     int32_t descriptionLength_ = 0;

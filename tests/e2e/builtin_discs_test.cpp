@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/console_driver.h"
+#include "host/console_host.h"
 #include "src/disc/cd_utility.h"
 #include "tests/e2e/plugin_harness.h"
 #include "tests/unit/shell_command.h"
@@ -133,6 +135,40 @@ TEST_F(BuiltinDiscs, EmptyDiscOpensWithoutTracksOrSectors) {
     }
     closePlugin();
     EXPECT_NE(log().find("[CDR] failed.\n"), std::string::npos);
+}
+
+TEST_F(BuiltinDiscs, WithoutTracksTheControllerAnswersGetTnAndGetTdWithAnError) {
+    std::string error;
+    ASSERT_TRUE(fixtures::writePluginIni(dir(), settingsFor("No CD (bios shell)"), &error)) << error;
+    host::ConsoleHost console;
+    ASSERT_TRUE(console.load(LUMADISC_PLUGIN_PATH)) << console.error();
+    ASSERT_EQ(console.init(), 0);
+    ASSERT_EQ(console.open(), 0);
+    host::ConsoleDriver driver(console);
+    for (const auto& [command, parameters] : {std::pair{host::kCmdGetTN, std::vector<uint8_t>{}},
+                                              std::pair{host::kCmdGetTD, std::vector<uint8_t>{0x01}}}) {
+        const host::CommandResult result = driver.command(command, parameters);
+        EXPECT_TRUE(result.error()) << host::ConsoleDriver::commandName(command) << ": INT5, the disc has no track";
+    }
+    console.bringDown();
+}
+
+TEST_F(BuiltinDiscs, AnOpenThatFailsHalfWayLeavesNothingOpenOnEitherFace) {
+    // The sheet opens, its data file does not: the open fails after the kind was bound.
+    fixtures::writeText(scratch_.file("half.cue"), "FILE \"gone.bin\" BINARY\n  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n",
+                        nullptr);
+    EXPECT_EQ(openWith(settingsFor(scratch_.file("half.cue"))), -1);
+    unsigned char tn[2] = {7, 9}, time[3] = {0x00, 0x02, 0x00};
+    EXPECT_EQ(api().getTN(tn), -1) << "no disc is half open behind the failed open";
+    EXPECT_EQ(api().readTrack(time), -1);
+    closePlugin();
+    host::ConsoleHost console;
+    ASSERT_TRUE(console.load(LUMADISC_PLUGIN_PATH)) << console.error();
+    ASSERT_EQ(console.init(), 0);
+    EXPECT_EQ(console.open(), -1);
+    host::ConsoleDriver driver(console);
+    EXPECT_TRUE(driver.command(host::kCmdGetTN).error()) << "the controller has no disc after the failed Open";
+    console.bringDown();
 }
 
 }  // namespace

@@ -325,5 +325,40 @@ TEST_F(CueLayouts, ACdrdaoTextTocReadsAsTheSheetAndAgreesWithShowToc) {
     expectSameDisc(see(image.cuePath), fromToc);
 }
 
+TEST_F(CueLayouts, ATrackOneThatStartsAfterItsFileKeepsItsPlaceWithTheSectorsBeforeAsItsGap) {
+    REQUIRE_TOOLS("cdrdao");
+    // Hidden audio ahead of track 1: the sheet's first INDEX 01 is 00:09:08 (sector 683), and a cdrdao
+    // TOC says the same with START in track 1. The disc starts with the file; track 1 at 683.
+    constexpr int32_t kHidden = 683;
+    CueImageBuilder builder;
+    builder.addTrack({TrackKind::kAudio, kHidden + 300, toneContent, 0, 0});
+    builder.addTrack({TrackKind::kData, 200, dataContent, 0, 0});
+    fixtures::CueImage image;
+    std::string error;
+    ASSERT_TRUE(builder.write(dir(), "hidden", &image, &error)) << error;
+    fixtures::writeText(image.cuePath,
+                        "FILE \"hidden.bin\" BINARY\n  TRACK 01 AUDIO\n    INDEX 01 00:09:08\n"
+                        "  TRACK 02 MODE2/2352\n    INDEX 01 " + fixtures::cueTime(kHidden + 300) + "\n",
+                        nullptr);
+    fixtures::writeText(dir() + "/hidden.toc",
+                        "CD_ROM_XA\n\nTRACK AUDIO\nFILE \"hidden.bin\" SWAP 0 " + fixtures::cueTime(kHidden + 300) +
+                            "\nSTART 00:09:08\n\nTRACK MODE2_RAW\nDATAFILE \"hidden.bin\" #" +
+                            std::to_string(int64_t{kHidden + 300} * kRawSectorSize) + " " + fixtures::cueTime(200) + "\n",
+                        nullptr);
+    const std::vector<TrackRow> expected = {{kHidden, true}, {kHidden + 300, false}, {kHidden + 500, false}};
+    EXPECT_EQ(cdrdaoTracks(dir() + "/hidden.toc"), expected) << "cdrdao's own reading of the TOC";
+    for (const std::string& disc : {image.cuePath, dir() + "/hidden.toc"}) {
+        SCOPED_TRACE(disc);
+        const Seen seen = see(disc);
+        EXPECT_EQ(seen.rows, expected);
+        // Sector 0 is the file's first: track 1, index 0, counting down to INDEX 01.
+        ASSERT_GE(seen.q.size(), static_cast<size_t>(kHidden + 1));
+        EXPECT_EQ(Bytes(seen.q[0].begin(), seen.q[0].begin() + 6), (Bytes{0x01, 0x01, 0x00, 0x00, 0x09, 0x08}));
+        EXPECT_EQ(Bytes(seen.q[kHidden].begin(), seen.q[kHidden].begin() + 6), (Bytes{0x01, 0x01, 0x01, 0x00, 0x00, 0x00}));
+        const Bytes first = binSector(image.binPath, 0, kRawSectorSize);
+        EXPECT_EQ(seen.sectors[0], first);
+    }
+}
+
 }  // namespace
 }  // namespace lumadisc::e2e

@@ -14,6 +14,7 @@
 #include "tools/fixtures/chd_image.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/image_builder.h"
+#include "tools/fixtures/sector.h"
 
 namespace lumadisc::e2e {
 namespace {
@@ -116,6 +117,44 @@ TEST_F(HostileFiles, AFifoAtEveryPathThePluginOpensIsRefusedAtOnce) {
             EXPECT_NE(log.find(fifo), std::string::npos) << log;
         }
     }
+}
+
+TEST_F(HostileFiles, ACompressedImageWhoseMetadataPointsAtItselfIsRefusedAtOnce) {
+    if (!fixtures::chdmanInstalled()) GTEST_SKIP() << "chdman (mame-tools) is not installed";
+    fixtures::CueImage image;
+    // A disc chdman 0.251 reads back whole (it does not, for most others).
+    const auto mixed = [](Lba lba, int32_t, fixtures::Sector& s) { s = fixtures::mixedDataSector(lba); };
+    ASSERT_TRUE(fixtures::CueImageBuilder().addDataTrack(301, mixed).addAudioTrack(300).write(dir(), "disc", &image, nullptr));
+    const std::string chd = dir() + "/disc.chd";
+    std::string error;
+    ASSERT_TRUE(fixtures::writeChd(image.cuePath, chd, {}, &error)) << error;
+    // The first metadata entry's "next" (bytes 8..15 of its header) is made its own offset.
+    std::string bytes = host::readFile(chd);
+    ASSERT_GT(bytes.size(), 56u);
+    uint64_t offset = 0;
+    for (int i = 0; i < 8; ++i) offset = offset << 8 | static_cast<uint8_t>(bytes[48 + i]);
+    ASSERT_LT(offset + 16, bytes.size());
+    for (int i = 0; i < 8; ++i) bytes[offset + 8 + i] = static_cast<char>(offset >> (56 - 8 * i));
+    ASSERT_TRUE(fixtures::writeBytes(chd, std::vector<uint8_t>(bytes.begin(), bytes.end()), nullptr));
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(openWith(settingsFor(chd)), -1);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 1s);
+    closePlugin();
+    EXPECT_NE(log().find("metadata list loops back on itself"), std::string::npos) << log();
+}
+
+TEST_F(HostileFiles, AHugePatchIsNeitherReadWholeNorWalkedAtEveryOpen) {
+    const fixtures::CueImage image = writeCue(fixtures::CueImageBuilder().addDataTrack(30));
+    // 600 MB, sparse: a PPF3 header and nothing behind it.
+    const std::string patch = dir() + "/disc.ppf";
+    ASSERT_TRUE(fixtures::writeText(patch, "PPF30\x02", nullptr));
+    ASSERT_EQ(truncate(patch.c_str(), 600LL << 20), 0);
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_EQ(openWith(settingsFor(image.cuePath)), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, 2s);
+    closePlugin();
+    EXPECT_NE(log().find("[CDR] Error: ppf patch larger than 256 MB (" + patch + "), not used.\n"), std::string::npos)
+        << log();
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include "host/scratch_dir.h"
 #include "tests/e2e/tool_runner.h"
+#include "tests/unit/shell_command.h"
 #include "tools/fixtures/demo_disc.h"
 
 namespace lumadisc::e2e {
@@ -117,6 +118,24 @@ TEST_F(Tool, InfoStaysWithinItsMemoryBound) {
         GTEST_SKIP() << "this process already peaked at " << self.ru_maxrss
                      << " KiB, which hides the tool's own figure; run the test in a process of its own";
     EXPECT_LT(run.peakResidentKb, kBoundKb);
+}
+
+TEST(ToolHelp, EveryCommandsSynopsisStandsInTheReadmeAsTheToolPrintsIt) {
+    int status = 0;
+    const std::string help = test::shellOutput(test::shellWord(LUMADISC_TOOL_PATH) + " --help", &status);
+    ASSERT_EQ(status, 0);
+    const std::string readme = host::readFile(std::string(LUMADISC_SOURCE_DIR) + "/README.md");
+    std::istringstream lines(help.substr(help.find("commands:\n") + 10, help.find("\n\nWithout") - help.find("commands:\n") - 10));
+    int seen = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.size() < 3 || line[2] == ' ') continue;  // a description's continuation
+        const std::string synopsis = line.substr(2, line.find("   ", 2) == std::string::npos ? std::string::npos : line.find("   ", 2) - 2);
+        EXPECT_NE(readme.find("lumadisc " + synopsis), std::string::npos) << "README lacks: lumadisc " << synopsis;
+        ++seen;
+    }
+    EXPECT_EQ(seen, 13) << help;
+    // One list of exit codes: the README quotes the tool's.
+    EXPECT_NE(readme.find("3 rip finished with unreadable sectors"), std::string::npos);
 }
 
 }  // namespace

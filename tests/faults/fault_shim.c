@@ -139,24 +139,25 @@ static int faultyOpen(const char* name, const char* path, int flags, mode_t mode
     return real(path, flags, mode);
 }
 
+/* The mode argument is there only with O_CREAT. */
+#define MODE_OF(flags, mode)                              \
+    do {                                                  \
+        if ((flags) & O_CREAT) {                          \
+            va_list arguments;                            \
+            va_start(arguments, flags);                   \
+            (mode) = (mode_t)va_arg(arguments, int);      \
+            va_end(arguments);                            \
+        }                                                 \
+    } while (0)
+
 int open(const char* path, int flags, ...) {
     mode_t mode = 0;
-    if (flags & O_CREAT) {
-        va_list arguments;
-        va_start(arguments, flags);
-        mode = (mode_t)va_arg(arguments, int);
-        va_end(arguments);
-    }
+    MODE_OF(flags, mode);
     return faultyOpen("open", path, flags, mode);
 }
 
 int open64(const char* path, int flags, ...) {
     mode_t mode = 0;
-    if (flags & O_CREAT) {
-        va_list arguments;
-        va_start(arguments, flags);
-        mode = (mode_t)va_arg(arguments, int);
-        va_end(arguments);
-    }
+    MODE_OF(flags, mode);
     return faultyOpen("open64", path, flags, mode);
 }

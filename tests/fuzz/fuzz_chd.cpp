@@ -69,18 +69,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const Extent& e = extents.extents()[i];
         if (e.start != before.start + before.count || e.track < before.track) std::abort();
     }
-    CCdExtentData data(extents);
-    CCdExtentSub sub(extents, data);
+    CCdExtentData reader(extents);
+    CCdExtentSub sub(extents, reader);
     sub.useStored(true);
-    if (data.open(g_imagePath.c_str()) != 0) std::abort();
+    if (reader.open(g_imagePath.c_str()) != 0) std::abort();
     const Lba first = extents.extents().front().start, last = extents.end();
     const int64_t step = std::max<int64_t>(1, (static_cast<int64_t>(last) - first) / 48);
     uint8_t sector[kRawSectorSize], block[kSubchannelSize];
     for (int64_t lba = first - 2; lba <= last + 2; lba += step) {
-        const int result = data.read(static_cast<Lba>(lba), sector);
+        const int result = reader.read(static_cast<Lba>(lba), sector);
         if (result != 0 && result != -1) std::abort();
         sub.read(static_cast<Lba>(lba), block);
     }
-    data.close();
+    reader.close();
     return 0;
 }

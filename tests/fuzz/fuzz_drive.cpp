@@ -112,6 +112,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     lumadisc::g_settings.spindowntime = static_cast<int32_t>(size % 601);
     lumadisc::DiscDescription disc;
     const bool described = lumadisc::describeDrive("/dev/fuzzed", disc) == 0;
+    // A drive whose table describes no disc was closed again with its description.
+    if (!lumadisc::cdromIsOpen()) lumadisc::cdromOpen("/dev/fuzzed");
     uint8_t response[lumadisc::kTocResponseSize];
     lumadisc::cdromReadToc(response);
     lumadisc::TrackTable table;
@@ -119,17 +121,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (table.rows() < 1 || table.rows() > lumadisc::kTocDescriptorCount) std::abort();
     lumadisc::fuzz::checkTable(table, false);
     if (described) {
-        lumadisc::CCdExtentData data(disc.extents);
-        lumadisc::CCdExtentSub sub(disc.extents, data);
+        lumadisc::CCdExtentData reader(disc.extents);
+        lumadisc::CCdExtentSub sub(disc.extents, reader);
         sub.useStored(true);
-        if (data.open("/dev/fuzzed") != 0) std::abort();
+        if (reader.open("/dev/fuzzed") != 0) std::abort();
         uint8_t sector[lumadisc::kRawSectorWithSubSize], block[lumadisc::kSubchannelSize];
         for (const lumadisc::Lba lba : {0, 16, -150}) {
             sub.read(lba, block);
-            data.read(lba, sector);
+            reader.read(lba, sector);
         }
         lumadisc::cdromReadSectorWithSub(16, sector);
-        data.close();
+        reader.close();
     }
     disc.extents.clear();
     lumadisc::cdromClose();

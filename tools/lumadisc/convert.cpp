@@ -13,6 +13,7 @@
 #include "src/disc/cd_utility.h"
 #include "tools/lumadisc/sheet_gaps.h"
 #include "tools/lumadisc/cleanup_on_signal.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 #include "tools/lumadisc/progress.h"
 
@@ -121,8 +122,7 @@ private:
 int runConvert(const CommonOptions& options, const Arguments& arguments) {
     if (arguments.size() != 2 || arguments[1].size() < 5 ||
         strcasecmp(arguments[1].c_str() + arguments[1].size() - 4, ".cue") != 0) {
-        std::fprintf(stderr, "lumadisc: usage: lumadisc convert DISC OUT.cue\n");
-        return kExitUsage;
+        return usageError("convert");
     }
     const std::string cuePath = host::absolutePath(arguments[1]);  // before the session changes directory
     Session session(options);

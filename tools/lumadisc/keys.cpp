@@ -10,6 +10,7 @@
 #include "tools/common/combo_capture.h"
 #include "input/input_devices.h"
 #include "support/list_pool.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -17,11 +18,6 @@ namespace lumadisc::tool {
 namespace {
 
 constexpr auto kPollPeriod = std::chrono::milliseconds(50);
-
-int usage() {
-    std::fprintf(stderr, "lumadisc: usage: lumadisc keys [--count N] [--seconds S]\n");
-    return kExitUsage;
-}
 
 void describeDevices() {
     std::printf("keys through %s; %i mouse/mice, %i joystick(s)\n",
@@ -38,9 +34,9 @@ int runKeys(const Arguments& arguments) {
         const std::string& word = arguments[i];
         if ((word == "--count" || word == "--seconds") && i + 1 < arguments.size()) {
             long* target = word == "--count" ? &count : &seconds;
-            if (!parseNumber(arguments[++i], target) || *target < 1) return usage();
+            if (!parseNumber(arguments[++i], target) || *target < 1) return usageError("keys");
         } else {
-            return usage();
+            return usageError("keys");
         }
     }
     listPoolInit();

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 #include "tools/lumadisc/iso9660_walker.h"
 
@@ -42,8 +43,7 @@ bool readUserData(host::ClassicHost& host, Lba trackStart, uint32_t block, uint8
 
 int runLs(const CommonOptions& options, const Arguments& arguments) {
     if (arguments.size() > 1) {
-        std::fprintf(stderr, "lumadisc: usage: lumadisc ls [DISC]\n");
-        return kExitUsage;
+        return usageError("ls");
     }
     Session session(options);
     if (const int code = session.start(arguments.empty() ? std::string() : arguments[0]); code != kExitOk)

@@ -5,14 +5,14 @@
 #include "tools/fixtures/demo_disc_copies.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/psx_exe.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
 
 int runMakeDemo(const Arguments& arguments) {
     if (arguments.size() != 1) {
-        std::fprintf(stderr, "lumadisc: usage: lumadisc make-demo DIR\n");
-        return kExitUsage;
+        return usageError("make-demo");
     }
     std::string error;
     if (!fixtures::writeDemoDisc(arguments[0], &error)) {

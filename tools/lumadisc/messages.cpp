@@ -19,6 +19,7 @@
 
 #include "config/message_file.h"
 #include "support/paths.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -33,11 +34,6 @@ struct MessagesOptions {
     long pid = 0;       // 0: the only running plugin
     long seconds = 0;   // 0: follow until interrupted
 };
-
-int usage() {
-    std::fprintf(stderr, "lumadisc: usage: lumadisc messages [--follow [--seconds S]] [--notify] [--pid PID]\n");
-    return kExitUsage;
-}
 
 std::string vendorDirectory() { return std::string(tempDirectory()) + "/" + kMessageVendorDirectory; }
 
@@ -120,9 +116,9 @@ int parse(const Arguments& arguments, MessagesOptions* out) {
             out->notify = true;
         } else if ((word == "--pid" || word == "--seconds") && i + 1 < arguments.size()) {
             long* target = word == "--pid" ? &out->pid : &out->seconds;
-            if (!parseNumber(arguments[++i], target) || *target <= 0) return usage();
+            if (!parseNumber(arguments[++i], target) || *target <= 0) return usageError("messages");
         } else {
-            return usage();
+            return usageError("messages");
         }
     }
     return kExitOk;

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "host/scratch_dir.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -31,11 +32,6 @@ struct PlayOptions {
     long volume = 100;
     std::string wav;
 };
-
-int usage() {
-    std::fprintf(stderr, "lumadisc: usage: lumadisc play DISC TRACK [--seconds N] [--volume V] [--wav FILE]\n");
-    return kExitUsage;
-}
 
 int parse(const Arguments& arguments, PlayOptions* out) {
     Arguments positional;
@@ -62,7 +58,7 @@ int parse(const Arguments& arguments, PlayOptions* out) {
             positional.push_back(word);
         }
     }
-    if (positional.size() != 2) return usage();
+    if (positional.size() != 2) return usageError("play");
     out->disc = positional[0];
     if (!parseNumber(positional[1], &out->track) || out->track < 1 || out->track > 99) {
         std::fprintf(stderr, "lumadisc: TRACK is a track number from 1 to 99\n");

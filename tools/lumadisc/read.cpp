@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "src/disc/cd_utility.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 #include "tools/lumadisc/output_file.h"
 
@@ -44,8 +45,7 @@ int runRead(const CommonOptions& options, const Arguments& arguments) {
     long count = 1;
     if (positional.size() < 2 || positional.size() > 3 || !parseNumber(positional[1], &lba) ||
         (positional.size() == 3 && !parseNumber(positional[2], &count))) {
-        std::fprintf(stderr, "lumadisc: usage: lumadisc read DISC LBA [COUNT] [--raw FILE]\n");
-        return kExitUsage;
+        return usageError("read");
     }
     if (lba < -kLeadInFrames || lba > 100 * kFramesPerMinute || count < 1 || count > kMaxCount) {
         std::fprintf(stderr, "lumadisc: LBA must lie in -150..450000 and COUNT in 1..%ld\n", kMaxCount);

@@ -17,6 +17,7 @@
 #include "src/support/paths.h"
 #include "host/scratch_dir.h"
 #include "tools/lumadisc/cleanup_on_signal.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -184,8 +185,7 @@ int runRip(const CommonOptions& options, const Arguments& arguments) {
         }
     }
     if (positional.size() != 2 || positional[1].size() <= 4 || !endsWithNoCase(positional[1].c_str(), ".cue")) {
-        std::fprintf(stderr, "lumadisc: usage: lumadisc rip DRIVE OUT.cue [--sub] [--retries N]\n");
-        return kExitUsage;
+        return usageError("rip");
     }
     const std::string& drive = positional[0];
     Outputs outputs;

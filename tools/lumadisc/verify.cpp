@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "src/disc/cd_utility.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 #include "tools/lumadisc/progress.h"
 
@@ -161,8 +162,7 @@ int runVerify(const CommonOptions& options, const Arguments& arguments) {
         else positional.push_back(word);
     }
     if (positional.size() != 1) {
-        std::fprintf(stderr, "lumadisc: usage: lumadisc verify DISC [--json]\n");
-        return kExitUsage;
+        return usageError("verify");
     }
     Session session(options);
     if (const int code = session.start(positional[0]); code != kExitOk) return code;

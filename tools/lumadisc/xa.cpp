@@ -15,6 +15,7 @@
 #include "host/scratch_dir.h"
 #include "src/disc/cd_utility.h"
 #include "tools/fixtures/wav_pcm.h"
+#include "tools/lumadisc/command_table.h"
 #include "tools/lumadisc/commands.h"
 
 namespace lumadisc::tool {
@@ -31,9 +32,6 @@ constexpr uint8_t kModeDoubleSpeed = 0x80;
 constexpr uint32_t kWholeSector = 2340;
 constexpr long kDefaultSectorLimit = 80L * 60 * 75;  // a whole disc
 constexpr int kPeekSectors = 32;  // how far to look for the stream's file number
-
-constexpr const char* kUsageLine =
-    "lumadisc: usage: lumadisc xa DISC MSF [--file F] [--channel C] [--sectors N] --wav FILE\n";
 
 struct XaOptions {
     std::string disc;
@@ -157,10 +155,7 @@ private:
 
 int runXa(const CommonOptions& options, const Arguments& arguments) {
     XaOptions xa;
-    if (parseArguments(arguments, &xa) != kExitOk) {
-        std::fputs(kUsageLine, stderr);
-        return kExitUsage;
-    }
+    if (parseArguments(arguments, &xa) != kExitOk) return usageError("xa");
     const std::string wavPath = host::absolutePath(xa.wav);
     SessionSetup setup;
     setup.extended = true;
