@@ -10,6 +10,7 @@ std::string describeTrackRows(const TrackTable& rows, const TrackRowsFile& file,
     if (rows.rows() < 2) return "";
     const Lba leadOut = rows.row(0).start;
     const int tracks = rows.rows() - 1;
+    if (tracks > 99) return std::to_string(tracks) + " tracks, more than a disc holds (99)";
     const auto gapOf = [&](int track) {
         const size_t at = static_cast<size_t>(track - 1);
         return at < file.gapStarts.size() ? file.gapStarts[at] : rows.row(track).start;

@@ -29,13 +29,18 @@ FullTocParse fullTocParse(const uint8_t* bytes, size_t size, TrackTable& table) 
     const size_t descriptorBytes = length - 2;
     if (size - kFullTocHeaderSize < descriptorBytes) return FullTocParse::kTruncated;
     const uint8_t* descriptors = bytes + kFullTocHeaderSize;
+    TrackTable rows;
     for (size_t k = 0; k < descriptorBytes / kFullTocDescriptorSize; ++k) {
         const uint8_t* d = descriptors + k * kFullTocDescriptorSize;
         const uint8_t point = d[3];
         if (point != kPointLeadOut && point > kPointLastTrack) continue;
+        // Random bytes pass the length check; the times they give do not (a disc's times are below
+        // 100 minutes, 60 seconds and 75 frames), nor does a track numbered 0.
+        if (point == 0 || d[8] > 99 || d[9] >= 60 || d[10] >= 75) return FullTocParse::kNotToc;
         // A lead-out row starts where the session's lead-out does, as a track row starts at its track.
-        table.append(point == kPointLeadOut ? kTrackData : rowType(d[1]), lbaFromMsf(d[8], d[9], d[10]));
+        rows.append(point == kPointLeadOut ? kTrackData : rowType(d[1]), lbaFromMsf(d[8], d[9], d[10]));
     }
+    for (int row = 0; row < rows.rows(); ++row) table.append(rows.row(row).type, rows.row(row).start);
     return FullTocParse::kOk;
 }
 
@@ -48,7 +53,12 @@ int describeFullToc(const char* path, DiscDescription& disc) {
     std::vector<uint8_t> bytes(kFullTocMaxSize);
     bytes.resize(file.readRecord(0, bytes.size(), bytes.data()));
     TrackTable rows;
-    if (fullTocParse(bytes.data(), bytes.size(), rows) != FullTocParse::kOk) {
+    const FullTocParse parsed = fullTocParse(bytes.data(), bytes.size(), rows);
+    if (parsed == FullTocParse::kNotToc) {
+        logWrite(kLogPlugin, "[CDR] Error: toc file not read (%s): not a table of contents.\n", path);
+        return -1;
+    }
+    if (parsed != FullTocParse::kOk) {
         logWrite(kLogPlugin, "[CDR] Error: toc file truncated (%s).\n", path);
         return -1;
     }

@@ -1,6 +1,7 @@
 #include "formats/cdrdao_text.h"
 
 #include <strings.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cctype>
@@ -202,6 +203,12 @@ private:
             if (missingPath_) *missingPath_ = namedFilePath(tocPath_, name);
             return -1;
         }
+        struct stat own {}, named {};
+        if (stat(tocPath_.c_str(), &own) == 0 && stat(path.c_str(), &named) == 0 && own.st_dev == named.st_dev &&
+            own.st_ino == named.st_ino) {
+            namesItself_ = true;
+            return -1;
+        }
         std::string reason;
         *size = decoded ? AudioFile::decodedSizeOf(path, &reason) : ImageFile::sizeOf(path.c_str());
         if (*size < 0) {
@@ -242,6 +249,7 @@ private:
             int64_t bytes = 0;
             if (!length(&bytes, track.stride, false) || bytes == 0) return "bad INDEX";
             if (track.indexes.size() >= kMaxIndexes) return "too many INDEX lines";
+            if (!track.indexes.empty() && bytes / track.stride <= track.indexes.back()) return "INDEX times go back";
             track.indexes.push_back(bytes / track.stride);
         } else {
             return "unknown keyword " + w.substr(0, 32);
@@ -294,6 +302,7 @@ private:
         const bool decoded = audio && name.size() > 4 && strcasecmp(name.c_str() + name.size() - 4, ".wav") == 0;
         int64_t size = 0;
         const int32_t file = fileNamed(name, decoded, &size);
+        if (file < 0 && namesItself_) return "the TOC names itself as a data file";
         if (file < 0) return "file not found";
         int64_t startBytes = 0, bytes = 0;
         if (!dataFile && !length(&startBytes, kRawSectorSize, true)) return "FILE without a start";
@@ -364,6 +373,7 @@ private:
     std::map<std::string, std::pair<int32_t, int64_t>> files_;
     size_t i_ = 0;
     std::string* missingPath_ = nullptr;
+    bool namesItself_ = false;
 };
 
 }  // namespace

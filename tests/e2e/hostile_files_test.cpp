@@ -14,6 +14,7 @@
 #include "tools/fixtures/chd_image.h"
 #include "tools/fixtures/file_writer.h"
 #include "tools/fixtures/image_builder.h"
+#include "tools/fixtures/image_descriptions.h"
 #include "tools/fixtures/sector.h"
 
 namespace lumadisc::e2e {
@@ -155,6 +156,41 @@ TEST_F(HostileFiles, AHugePatchIsNeitherReadWholeNorWalkedAtEveryOpen) {
     closePlugin();
     EXPECT_NE(log().find("[CDR] Error: ppf patch larger than 256 MB (" + patch + "), not used.\n"), std::string::npos)
         << log();
+}
+
+TEST_F(HostileFiles, DescriptionsThatDescribeNoDiscAreRefusedWithTheirReason) {
+    std::vector<uint8_t> noise(100000);
+    uint32_t state = 12345;
+    for (uint8_t& byte : noise) byte = static_cast<uint8_t>((state = state * 1103515245 + 12345) >> 24);
+    noise[0] = 0x01;  // a length field that covers the file: only the descriptors can tell
+    noise[1] = 0x2C;
+    std::vector<fixtures::FullTocEntry> many;
+    for (int i = 0; i < 300; ++i)
+        many.push_back({1, 0x14, static_cast<uint8_t>(1 + i % 99), Msf{static_cast<uint8_t>(i / 60), static_cast<uint8_t>(i % 60), 0}});
+    const std::string bin = "FILE \"disc.bin\" BINARY\n";
+    const struct { const char* name; std::string file; std::vector<uint8_t> bytes; std::string text, line; } cases[] = {
+        {"random bytes as a full TOC", "disc.toc", noise, "", "): not a table of contents.\n"},
+        {"300 track descriptors", "disc.toc", fixtures::fullTocBytes(many), "", "tracks, more than a disc holds (99)"},
+        {"a text TOC whose INDEX times go back", "disc.toc", {},
+         "CD_DA\nTRACK AUDIO\nFILE \"disc.bin\" 0 00:02:00\nINDEX 00:01:00\nINDEX 00:00:50\n", "INDEX times go back"},
+        {"a text TOC naming itself as its data", "disc.toc", {}, "CD_ROM\nTRACK MODE1_RAW\nDATAFILE \"disc.toc\"\n",
+         "the TOC names itself as a data file"},
+        {"a sheet with two tracks at one position", "disc.cue", {},
+         bin + "  TRACK 01 MODE2/2352\n    INDEX 01 00:00:00\n  TRACK 02 AUDIO\n    INDEX 01 00:00:00\n", "a track without sectors"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string dir = scratch_.file(std::to_string(&c - cases));
+        fixtures::makeDirectories(dir, nullptr);
+        fixtures::writeBytes(dir + "/disc.bin", std::vector<uint8_t>(2352 * 200, 0), nullptr);
+        if (c.text.empty()) fixtures::writeBytes(dir + "/" + c.file, c.bytes, nullptr);
+        else fixtures::writeText(dir + "/" + c.file, c.text, nullptr);
+        const auto started = std::chrono::steady_clock::now();
+        EXPECT_EQ(openWith(settingsFor(dir + "/" + c.file)), -1);
+        EXPECT_LT(std::chrono::steady_clock::now() - started, 2s);
+        closePlugin();
+        EXPECT_NE(log().find(c.line), std::string::npos) << log();
+    }
 }
 
 }  // namespace
